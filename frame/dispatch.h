@@ -36,3 +36,7 @@ using Row = Fn* const[kSlotCount];
 #undef LUM_VARIANTS
 
 }  // namespace lum
+
+// The rows of the built exports, named lumRow_<export>; the stubs jump through them.
+#define LUM_ROW(name, s0, s1, s2, s3) extern "C" const lum::Row<decltype(::name)> lumRow_##name;
+#include "frame/exports.inc"

@@ -1,0 +1,307 @@
+// Dispatch: rows, stubs, the selector before initialisation, the exported symbol set, and the
+// module entry of the shared library.
+#include "exports_list.h"
+#include "tier_fixture.h"
+
+#include "frame/dispatch.h"
+#include "frame/module_entry.h"
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+using lumtest::canonicalExports;
+
+namespace {
+
+std::string runCommand(const std::string& command)
+{
+    std::string out;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr) return out;
+    char buffer[4096];
+    size_t n;
+    while ((n = fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
+    pclose(pipe);
+    return out;
+}
+
+// Exports not built yet. Later work moves names from here into the library; the list must end empty.
+const std::set<std::string> kNotBuiltYet = {
+    "lumiAdd128_JPEG_16s8u_C1R",
+    "lumiBGRToYCbCr411LS_MCU_8u16s_C3P3R",
+    "lumiBGRToYCbCr422LS_MCU_8u16s_C3P3R",
+    "lumiBGRToYCbCr444LS_MCU_8u16s_C3P3R",
+    "lumiCMYKToYCCK411LS_MCU_8u16s_C4P4R",
+    "lumiCMYKToYCCK422LS_MCU_8u16s_C4P4R",
+    "lumiCMYKToYCCK444LS_MCU_8u16s_C4P4R",
+    "lumiCopy_8u_C1R",
+    "lumiCopy_8u_C3AC4R",
+    "lumiCopy_8u_C3R",
+    "lumiCopy_8u_C4R",
+    "lumiCopy_8u_P3C3R",
+    "lumiCopy_8u_P4C4R",
+    "lumiDCT8x8Fwd_16s_C1I",
+    "lumiDCT8x8Inv_16s_C1I",
+    "lumiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1",
+    "lumiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1",
+    "lumiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1",
+    "lumiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1",
+    "lumiDecodeHuffman8x8_JPEG_1u16s_C1",
+    "lumiDecodeHuffmanSpecGetBufSize_JPEG_8u",
+    "lumiDecodeHuffmanSpecInit_JPEG_8u",
+    "lumiDecodeHuffmanStateFree_JPEG_8u",
+    "lumiDecodeHuffmanStateGetBufSize_JPEG_8u",
+    "lumiDecodeHuffmanStateInitAlloc_JPEG_8u",
+    "lumiDecodeHuffmanStateInit_JPEG_8u",
+    "lumiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1",
+    "lumiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1",
+    "lumiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1",
+    "lumiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1",
+    "lumiEncodeHuffman8x8_JPEG_16s1u_C1",
+    "lumiEncodeHuffmanRawTableInit_JPEG_8u",
+    "lumiEncodeHuffmanSpecGetBufSize_JPEG_8u",
+    "lumiEncodeHuffmanSpecInit_JPEG_8u",
+    "lumiEncodeHuffmanStateGetBufSize_JPEG_8u",
+    "lumiEncodeHuffmanStateInit_JPEG_8u",
+    "lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1",
+    "lumiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1",
+    "lumiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1",
+    "lumiGetSpatialMoment_64f",
+    "lumiJoin422LS_MCU_16s8u_P3C2R",
+    "lumiMirror_8u_C1IR",
+    "lumiMirror_8u_C1R",
+    "lumiMirror_8u_C3IR",
+    "lumiMirror_8u_C3R",
+    "lumiMomentFree_64f",
+    "lumiMomentInitAlloc_64f",
+    "lumiMoments64f_32f_C1R",
+    "lumiQuantFwd8x8_JPEG_16s_C1I",
+    "lumiQuantFwdRawTableInit_JPEG_8u",
+    "lumiQuantFwdTableInit_JPEG_8u16u",
+    "lumiQuantInv8x8_JPEG_16s_C1I",
+    "lumiQuantInvTableInit_JPEG_8u16u",
+    "lumiRGBToYCbCr411LS_MCU_8u16s_C3P3R",
+    "lumiRGBToYCbCr422LS_MCU_8u16s_C3P3R",
+    "lumiRGBToYCbCr444LS_MCU_8u16s_C3P3R",
+    "lumiRGBToYUV420_8u_C3P3R",
+    "lumiRGBToYUV422_8u_C3P3R",
+    "lumiResizeSqrPixelGetBufSize",
+    "lumiResizeSqrPixel_8u_C1R",
+    "lumiResize_8u_C3R",
+    "lumiSampleDown411LS_MCU_8u16s_C3P3R",
+    "lumiSampleDown422LS_MCU_8u16s_C3P3R",
+    "lumiSampleDown444LS_MCU_8u16s_C3P3R",
+    "lumiSampleUp411LS_MCU_16s8u_P3C3R",
+    "lumiSampleUp422LS_MCU_16s8u_P3C3R",
+    "lumiSampleUp444LS_MCU_16s8u_P3C3R",
+    "lumiSet_8u_C4CR",
+    "lumiSplit422LS_MCU_8u16s_C2P3R",
+    "lumiSub128_JPEG_8u16s_C1R",
+    "lumiYCCK411ToCMYKLS_MCU_16s8u_P4C4R",
+    "lumiYCCK422ToCMYKLS_MCU_16s8u_P4C4R",
+    "lumiYCCK444ToCMYKLS_MCU_16s8u_P4C4R",
+    "lumiYCbCr411ToBGRLS_MCU_16s8u_P3C3R",
+    "lumiYCbCr411ToRGBLS_MCU_16s8u_P3C3R",
+    "lumiYCbCr422ToBGRLS_MCU_16s8u_P3C3R",
+    "lumiYCbCr422ToRGBLS_MCU_16s8u_P3C3R",
+    "lumiYCbCr422ToYCbCr420_8u_C2P3R",
+    "lumiYCbCr444ToBGRLS_MCU_16s8u_P3C3R",
+    "lumiYCbCr444ToRGBLS_MCU_16s8u_P3C3R",
+    "lumiYCrCb420ToYCbCr422_8u_P3C2R",
+    "lumiYUV420ToBGR_8u_P3C3R",
+    "lumiZigzagInv8x8_16s_C1",
+};
+
+std::set<std::string> definedDynamicSymbols()
+{
+    std::set<std::string> names;
+    std::istringstream lines(runCommand("nm -D --defined-only " LUM_SHARED_LIBRARY_PATH));
+    std::string address, type, name;
+    while (lines >> address >> type >> name) names.insert(name);
+    return names;
+}
+
+// objdump's listing of one function: its instruction mnemonics with operands.
+std::map<std::string, std::vector<std::string>> disassembledFunctions()
+{
+    std::map<std::string, std::vector<std::string>> functions;
+    std::istringstream lines(runCommand("objdump -d --no-show-raw-insn " LUM_SHARED_LIBRARY_PATH));
+    const std::regex header(R"(^[0-9a-f]+ <([^>@]+)>:$)");
+    const std::regex instruction(R"(^\s+[0-9a-f]+:\s+(.*)$)");
+    std::string line, current;
+    std::smatch m;
+    while (std::getline(lines, line)) {
+        if (std::regex_match(line, m, header)) {
+            current = m[1];
+        } else if (!current.empty() && std::regex_match(line, m, instruction)) {
+            functions[current].push_back(m[1]);
+        } else if (line.empty()) {
+            current.clear();
+        }
+    }
+    return functions;
+}
+
+}  // namespace
+
+TEST(ExportList, NinetySixExportsInTheGroupsOfTheTable)
+{
+    const auto s = canonicalExports();
+    EXPECT_EQ(s.direct.size(), 5u);
+    EXPECT_EQ(s.rows.size() + s.pending.size(), 91u);
+    EXPECT_EQ(s.direct,
+              (std::set<std::string>{"lumAlignPtr", "lumFree", "lumGetStatusString", "lumMalloc", "lumStaticInit"}));
+}
+
+TEST(ExportList, PendingEntriesAreExactlyTheNotBuiltList)
+{
+    EXPECT_EQ(canonicalExports().pending, kNotBuiltYet);
+}
+
+TEST(ExportList, SharedLibraryExportsExactlyTheBuiltNames)
+{
+    const auto s = canonicalExports();
+    std::set<std::string> expected = s.direct;
+    expected.insert(s.rows.begin(), s.rows.end());
+    const std::set<std::string> actual = definedDynamicSymbols();
+    ASSERT_FALSE(actual.empty()) << "nm could not read " LUM_SHARED_LIBRARY_PATH;
+    EXPECT_EQ(actual, expected);
+    EXPECT_EQ(actual.count("lumSetTierByCpuCode"), 0u);
+    EXPECT_EQ(actual.count("LumTierIndex"), 0u);
+}
+
+TEST(Stubs, EveryStubIsOneLoadAndOneIndirectJump)
+{
+    const auto functions = disassembledFunctions();
+    const auto rows = canonicalExports().rows;
+    ASSERT_FALSE(rows.empty());
+    const std::regex load(R"(^movslq\s+0x[0-9a-f]+\(%rip\),%rax\b.*)");
+    const std::regex lea(R"(^lea\s+0x[0-9a-f]+\(%rip\),%r11\b.*)");
+    const std::regex jump(R"(^jmp\s+\*\(%r11,%rax,8\)$)");
+    for (const std::string& name : rows) {
+        const auto it = functions.find(name);
+        ASSERT_NE(it, functions.end()) << name << " not found in the disassembly";
+        // Padding after the jump (nop) belongs to alignment, not to the stub.
+        std::vector<std::string> body;
+        for (const auto& insn : it->second)
+            if (insn.rfind("nop", 0) != 0 && insn.rfind("cs nop", 0) != 0 && insn.rfind("data16", 0) != 0)
+                body.push_back(insn);
+        ASSERT_EQ(body.size(), 3u) << name;
+        EXPECT_TRUE(std::regex_match(body[0], load)) << name << ": " << body[0];
+        EXPECT_TRUE(std::regex_match(body[1], lea)) << name << ": " << body[1];
+        EXPECT_TRUE(std::regex_match(body[2], jump)) << name << ": " << body[2];
+    }
+}
+
+TEST(Dispatch, BeforeInitialisationTheStaticLibraryRunsPx)
+{
+    // A fresh process: the static library has no constructor, so nothing selected a tier yet.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            const bool px = LumTierIndex.load() == 0 && std::string(lumsGetLibVersion()->tierTag) == "px" &&
+                            std::string(lumiGetLibVersion()->libraryName) == "lumipxl.lib";
+            std::exit(px ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+TEST(Dispatch, RowsHoldFourVariantsOrTheDeclaredSharing)
+{
+    const auto& copy = lumRow_lumsGetLibVersion;
+    const std::set<const void*> distinct{reinterpret_cast<const void*>(copy[0]), reinterpret_cast<const void*>(copy[1]),
+                                         reinterpret_cast<const void*>(copy[2]), reinterpret_cast<const void*>(copy[3])};
+    EXPECT_EQ(distinct.size(), 4u);
+
+    for (int slot = 0; slot < 4; ++slot) EXPECT_EQ(lumRow_lumsFree[slot], &lumFree) << "slot " << slot;
+
+    EXPECT_EQ(lumRow_lumsMalloc_32f[0], lumRow_lumsMalloc_32f[1]);
+    EXPECT_EQ(lumRow_lumsMalloc_32f[1], lumRow_lumsMalloc_32f[2]);
+    EXPECT_NE(lumRow_lumsMalloc_32f[2], lumRow_lumsMalloc_32f[3]);
+}
+
+class DispatchTier : public lumtest::TierTest {};
+
+TEST_P(DispatchTier, StubReachesTheRowEntryOfTheSelectedSlot)
+{
+    EXPECT_EQ(lumsGetLibVersion(), lumRow_lumsGetLibVersion[slot()]());
+    EXPECT_EQ(lumiGetLibVersion(), lumRow_lumiGetLibVersion[slot()]());
+    EXPECT_STREQ(lumiGetLibVersion()->tierTag, lumtest::kTierTags[slot()]);
+    // Arguments and results pass through the stub untouched.
+    float* block = lumsMalloc_32f(77);
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 32, 0u);
+    lumsFree(block);
+}
+
+LUM_ALL_TIERS(DispatchTier);
+
+TEST(ModuleEntry, AttachSelectsTheTierAndEveryReasonReturnsOne)
+{
+    LumTierIndex.store(0);
+    for (uint32_t reason : {0u, 2u, 3u}) {
+        EXPECT_EQ(lum::lumModuleEntry(nullptr, reason, nullptr), 1);
+        EXPECT_EQ(LumTierIndex.load(), 0) << "only process attach probes";
+    }
+    EXPECT_EQ(lum::lumModuleEntry(nullptr, lum::kProcessAttach, nullptr), 1);
+    const Lum32s attached = LumTierIndex.load();
+    lumStaticInit();
+    EXPECT_EQ(LumTierIndex.load(), attached);
+    LumTierIndex.store(0);
+}
+
+TEST(SharedLibrary, LoadRunsTheProbeAndHidesTheInternals)
+{
+    void* handle = dlopen(LUM_SHARED_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(handle, nullptr) << dlerror();
+    using VersionFn = const LumLibraryVersion* (*)();
+    using InitFn = LumStatus (*)();
+    auto version = reinterpret_cast<VersionFn>(dlsym(handle, "lumsGetLibVersion"));
+    auto init = reinterpret_cast<InitFn>(dlsym(handle, "lumStaticInit"));
+    ASSERT_NE(version, nullptr);
+    ASSERT_NE(init, nullptr);
+
+    // The library's constructor already probed this processor: compare with a probe of our own.
+    lumStaticInit();
+    const std::string expected = lumtest::kTierTags[LumTierIndex.load()];
+    LumTierIndex.store(0);
+    EXPECT_EQ(version()->tierTag, expected);
+    EXPECT_EQ(init(), lumStaticInit());
+    LumTierIndex.store(0);
+
+    EXPECT_EQ(dlsym(handle, "lumSetTierByCpuCode"), nullptr);
+    EXPECT_EQ(dlsym(handle, "LumTierIndex"), nullptr);
+    EXPECT_EQ(dlsym(handle, "lumRow_lumsCopy_8u"), nullptr);
+    dlclose(handle);
+}
+
+TEST(Concurrency, StaticInitAndCallsFromManyThreads)
+{
+    std::vector<std::thread> threads;
+    std::vector<Lum32s> seen(8, -1);
+    for (int t = 0; t < 8; ++t) {
+        threads.emplace_back([t, &seen] {
+            for (int i = 0; i < 200; ++i) {
+                lumStaticInit();
+                const LumLibraryVersion* v = lumsGetLibVersion();
+                if (v == nullptr) return;
+                void* p = lumMalloc(64 + i);
+                lumFree(p);
+            }
+            seen[t] = LumTierIndex.load(std::memory_order_relaxed);
+        });
+    }
+    for (auto& th : threads) th.join();
+    for (Lum32s s : seen) EXPECT_EQ(s, seen[0]);
+    LumTierIndex.store(0);
+}
