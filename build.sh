@@ -1,0 +1,61 @@
+#!/usr/bin/env bash
+# One entry point for a fresh Debian 12 machine: installs what is missing, configures, builds, runs.
+#   ./build.sh demo       build and run the demo program
+#   ./build.sh test       build and run every test
+#   ./build.sh sanitize   the test suite under AddressSanitizer and UndefinedBehaviorSanitizer
+#   ./build.sh clang      the test suite built with clang, warnings as errors
+#   ./build.sh bench      build and run the benchmarks
+set -euo pipefail
+cd "$(dirname "$0")"
+mode=${1:-test}
+jobs=$(nproc 2>/dev/null || echo 2)
+
+packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev)
+[ "$mode" = clang ] && packages+=(clang)
+missing=()
+for p in "${packages[@]}"; do
+    dpkg -s "$p" > /dev/null 2>&1 || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+    echo "installing: ${missing[*]}"
+    sudo_cmd=()
+    [ "$(id -u)" -ne 0 ] && sudo_cmd=(sudo)
+    "${sudo_cmd[@]}" apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
+
+configure_and_test() {
+    local dir=$1
+    shift
+    cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=Release "$@"
+    cmake --build "$dir" -j "$jobs"
+    ctest --test-dir "$dir" --output-on-failure -j "$jobs"
+}
+
+case "$mode" in
+demo)
+    cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
+    cmake --build build -j "$jobs" --target lum-demo lum-probe
+    ./build/tools/lum-probe
+    echo
+    ./build/tools/lum-demo
+    ;;
+test)
+    configure_and_test build -DLUM_BUILD_TESTS=ON -DLUM_BUILD_BENCH=ON -DLUM_WERROR=ON
+    ;;
+sanitize)
+    configure_and_test build-sanitize -DLUM_SANITIZE=ON -DLUM_BUILD_BENCH=OFF
+    ;;
+clang)
+    CC=clang CXX=clang++ configure_and_test build-clang -DLUM_BUILD_BENCH=ON -DLUM_WERROR=ON
+    ;;
+bench)
+    cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DLUM_BUILD_BENCH=ON
+    cmake --build build -j "$jobs"
+    for b in build/bench/bench_*; do "$b" --benchmark_min_time=0.2; done
+    ;;
+*)
+    echo "usage: $0 demo|test|sanitize|clang|bench" >&2
+    exit 2
+    ;;
+esac
