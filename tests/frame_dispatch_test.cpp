@@ -11,6 +11,7 @@
 #include <dlfcn.h>
 
 #include <cstdio>
+#include <fstream>
 #include <map>
 #include <regex>
 #include <set>
@@ -178,6 +179,27 @@ TEST(ExportList, SharedLibraryExportsExactlyTheBuiltNames)
     EXPECT_EQ(actual, expected);
     EXPECT_EQ(actual.count("lumSetTierByCpuCode"), 0u);
     EXPECT_EQ(actual.count("LumTierIndex"), 0u);
+}
+
+TEST(ExportList, ReadmeTableMarksExactlyTheBuiltExports)
+{
+    std::ifstream readme(LUM_SOURCE_DIR "/README.md");
+    const std::regex row(R"(^\| `(lum\w+)` \|.*\| (yes|no) \|$)");
+    std::set<std::string> listed, built;
+    std::string line;
+    std::smatch m;
+    while (std::getline(readme, line)) {
+        if (!std::regex_match(line, m, row)) continue;
+        listed.insert(m[1]);
+        if (m[2] == "yes") built.insert(m[1]);
+    }
+    const auto s = canonicalExports();
+    std::set<std::string> all = s.direct, expectedBuilt = s.direct;
+    all.insert(s.rows.begin(), s.rows.end());
+    all.insert(s.pending.begin(), s.pending.end());
+    expectedBuilt.insert(s.rows.begin(), s.rows.end());
+    EXPECT_EQ(listed, all);
+    EXPECT_EQ(built, expectedBuilt);
 }
 
 TEST(Stubs, EveryStubIsOneLoadAndOneIndirectJump)
