@@ -3,6 +3,7 @@
 #   ./build.sh demo       build and run the demo program
 #   ./build.sh test       build and run every test
 #   ./build.sh sanitize   the test suite under AddressSanitizer and UndefinedBehaviorSanitizer
+#   ./build.sh tsan       the threading tests under ThreadSanitizer
 #   ./build.sh clang      the test suite built with clang, warnings as errors
 #   ./build.sh bench      build and run the benchmarks
 set -euo pipefail
@@ -11,7 +12,12 @@ mode=${1:-test}
 jobs=$(nproc 2>/dev/null || echo 2)
 
 packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev)
-[ "$mode" = clang ] && packages+=(clang)
+[ "$mode" = clang ] && packages+=(tsan)
+    cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Release -DLUM_TSAN=ON -DLUM_BUILD_BENCH=OFF
+    cmake --build build-tsan -j "$jobs" --target frame_dispatch_test
+    ./build-tsan/tests/frame_dispatch_test --gtest_filter='Concurrency.*'
+    ;;
+clang)
 missing=()
 for p in "${packages[@]}"; do
     dpkg -s "$p" > /dev/null 2>&1 || missing+=("$p")
@@ -46,6 +52,11 @@ test)
 sanitize)
     configure_and_test build-sanitize -DLUM_SANITIZE=ON -DLUM_BUILD_BENCH=OFF
     ;;
+tsan)
+    cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Release -DLUM_TSAN=ON -DLUM_BUILD_BENCH=OFF
+    cmake --build build-tsan -j "$jobs" --target frame_dispatch_test
+    ./build-tsan/tests/frame_dispatch_test --gtest_filter='Concurrency.*'
+    ;;
 clang)
     CC=clang CXX=clang++ configure_and_test build-clang -DLUM_BUILD_BENCH=ON -DLUM_WERROR=ON
     ;;
@@ -55,7 +66,7 @@ bench)
     for b in build/bench/bench_*; do "$b" --benchmark_min_time=0.2; done
     ;;
 *)
-    echo "usage: $0 demo|test|sanitize|clang|bench" >&2
+    echo "usage: $0 demo|test|sanitize|tsan|clang|bench" >&2
     exit 2
     ;;
 esac
