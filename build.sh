@@ -12,12 +12,7 @@ mode=${1:-test}
 jobs=$(nproc 2>/dev/null || echo 2)
 
 packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev)
-[ "$mode" = clang ] && packages+=(tsan)
-    cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Release -DLUM_TSAN=ON -DLUM_BUILD_BENCH=OFF
-    cmake --build build-tsan -j "$jobs" --target frame_dispatch_test
-    ./build-tsan/tests/frame_dispatch_test --gtest_filter='Concurrency.*'
-    ;;
-clang)
+[ "$mode" = clang ] && packages+=(clang)
 missing=()
 for p in "${packages[@]}"; do
     dpkg -s "$p" > /dev/null 2>&1 || missing+=("$p")
@@ -51,6 +46,11 @@ test)
     ;;
 sanitize)
     configure_and_test build-sanitize -DLUM_SANITIZE=ON -DLUM_BUILD_BENCH=OFF
+    ;;
+tsan)
+    cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Release -DLUM_TSAN=ON -DLUM_BUILD_BENCH=OFF
+    cmake --build build-tsan -j "$jobs" --target frame_dispatch_test
+    ./build-tsan/tests/frame_dispatch_test --gtest_filter='Concurrency.*'
     ;;
 tsan)
     cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=Release -DLUM_TSAN=ON -DLUM_BUILD_BENCH=OFF

@@ -1,4 +1,5 @@
 // Argument checks shared by every tier of the signal primitives: pointers first, then the length.
+// Internal linkage, so that the copies compiled for different instruction sets never merge.
 #pragma once
 
 #include <lum.h>
@@ -6,9 +7,9 @@
 namespace lum {
 
 template <typename... Pointers>
-inline LumStatus checkVectorArgs(Lum32s len, const Pointers*... pointers)
+static inline LumStatus checkVectorArgs(Lum32s len, const Pointers*... pointers)
 {
-    if (((pointers == nullptr) || ...)) return lumStsNullPointer;
+    if ((false || ... || (pointers == nullptr))) return lumStsNullPointer;
     if (len < 1) return lumStsBadSize;
     return lumStsNoErr;
 }

@@ -11,6 +11,7 @@
 #include <dlfcn.h>
 
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <regex>
@@ -240,7 +241,7 @@ TEST(Dispatch, BeforeInitialisationTheStaticLibraryRunsPx)
 
 TEST(Dispatch, RowsHoldFourVariantsOrTheDeclaredSharing)
 {
-    const auto& copy = lumRow_lumsGetLibVersion;
+    const auto& copy = lumRow_lumsCopy_8u;
     const std::set<const void*> distinct{reinterpret_cast<const void*>(copy[0]), reinterpret_cast<const void*>(copy[1]),
                                          reinterpret_cast<const void*>(copy[2]), reinterpret_cast<const void*>(copy[3])};
     EXPECT_EQ(distinct.size(), 4u);
@@ -257,6 +258,13 @@ class DispatchTier : public lumtest::TierTest {};
 TEST_P(DispatchTier, StubReachesTheRowEntryOfTheSelectedSlot)
 {
     EXPECT_EQ(lumsGetLibVersion(), lumRow_lumsGetLibVersion[slot()]());
+    // The export and the row entry of the slot are the same code: both fail alike on bad input and
+    // copy alike on good input.
+    const Lum8u src[3] = {1, 2, 3};
+    Lum8u viaStub[3] = {}, viaRow[3] = {};
+    EXPECT_EQ(lumsCopy_8u(src, viaStub, 3), lumRow_lumsCopy_8u[slot()](src, viaRow, 3));
+    EXPECT_EQ(std::memcmp(viaStub, viaRow, 3), 0);
+    EXPECT_EQ(std::memcmp(viaStub, src, 3), 0);
     EXPECT_EQ(lumiGetLibVersion(), lumRow_lumiGetLibVersion[slot()]());
     EXPECT_STREQ(lumiGetLibVersion()->tierTag, lumtest::kTierTags[slot()]);
     // Arguments and results pass through the stub untouched.

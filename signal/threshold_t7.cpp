@@ -1,0 +1,24 @@
+// In-place threshold of floats, tier t7: peeled to 16 bytes, eight per pass with a prefetch 64 bytes
+// ahead, then four, two and one.
+#include "frame/dispatch.h"
+#include "signal/threshold_vector.h"
+
+namespace lum::t7 {
+namespace {
+
+struct ThresholdTier {
+    static constexpr uintptr_t kPeelMask = 0xC;
+    static constexpr bool kPeelOnlyIfFloatAligned = false;
+    static constexpr bool kPrefetchAligned = true;
+    static constexpr bool kPrefetchUnaligned = true;
+    static constexpr bool kVectorTail = true;
+};
+
+}  // namespace
+
+LumStatus lumsThreshold_32f_I(Lum32f* pSrcDst, Lum32s len, Lum32f level, Lum32s relOp)
+{
+    return thresholdvec::threshold<ThresholdTier>(pSrcDst, len, level, relOp);
+}
+
+}  // namespace lum::t7
