@@ -40,13 +40,13 @@ std::string describeJpeg(const JpegStream& s, size_t fileSize)
     std::string sampling;
     for (size_t i = 0; i < s.components.size(); ++i) {
         const FrameComponent& c = s.components[i];
-        o << "  component " << i + 1 << ": id " << c.id << ", sampling " << c.h << "x" << c.v
+        o << "  component " << i + 1 << ": id " << c.id << ", sampling " << c.declaredH << "x" << c.declaredV
           << ", quantization table " << c.tq << "\n";
-        sampling += (i ? "," : "") + std::to_string(c.h) + "x" + std::to_string(c.v);
+        sampling += (i ? "," : "") + std::to_string(c.declaredH) + "x" + std::to_string(c.declaredV);
     }
     o << "sampling: " << sampling << "\n";
     o << "MCU: " << s.mcuWidth() << "x" << s.mcuHeight() << " pixels, " << s.mcuCols() << "x" << s.mcuRows() << "\n";
-    o << "restart interval: " << (s.restartIntervals.empty() ? "0" : joined(s.restartIntervals)) << "\n";
+    o << "restart interval: " << (s.restartIntervals.empty() ? "none" : joined(s.restartIntervals)) << "\n";
     o << "tables: " << s.tables.size() << "\n";
     for (const TableDefinition& t : s.tables) {
         if (t.kind == 'Q') {

@@ -148,7 +148,7 @@ private:
         if (end - q != 6 + 3 * static_cast<size_t>(n)) throw corrupt("frame header of wrong length");
         for (int i = 0; i < n; ++i) {
             const size_t c = q + 6 + 3 * static_cast<size_t>(i);
-            FrameComponent fc{d_[c], d_[c + 1] >> 4, d_[c + 1] & 15, d_[c + 2]};
+            FrameComponent fc{d_[c], d_[c + 1] >> 4, d_[c + 1] & 15, d_[c + 2], d_[c + 1] >> 4, d_[c + 1] & 15};
             if (fc.h < 1 || fc.h > 4 || fc.v < 1 || fc.v > 4) throw corrupt("bad sampling factors");
             if (fc.tq > 3) throw corrupt("bad quantization table number");
             for (const FrameComponent& other : s_.components)

@@ -21,8 +21,9 @@ struct QuantTable {
 
 struct FrameComponent {
     int id = 0;
-    int h = 1, v = 1;  // sampling factors
+    int h = 1, v = 1;  // sampling factors as coded: 1x1 for the only component of a grey frame
     int tq = 0;        // quantization table
+    int declaredH = 1, declaredV = 1;  // sampling factors as the frame header states them
 };
 
 struct ScanComponent {
