@@ -286,6 +286,10 @@ private:
                 check(lumiQuantInv8x8_JPEG_16s_C1I(p + 64 * b, inverseQuant_[c].data()), "dequantization");
                 check(lumiDCT8x8Inv_16s_C1I(p + 64 * b), "inverse DCT");
             }
+            // Reconstructed samples are 8-bit before any colour transform; the MCU functions clamp only
+            // their output, so an inverse DCT that overshoots would otherwise leak into the other
+            // colour channels (and px wraps K instead of clamping it).
+            for (int i = 0; i < 64 * fc.h * fc.v; ++i) p[i] = std::clamp<Lum16s>(p[i], -128, 127);
             planePtr[c] = p;
         }
         const int mcuW = s_.mcuWidth(), mcuH = s_.mcuHeight(), ch = out_.channels;
