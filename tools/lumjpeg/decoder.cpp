@@ -285,11 +285,8 @@ private:
             for (int b = 0; b < fc.h * fc.v; ++b) {
                 check(lumiQuantInv8x8_JPEG_16s_C1I(p + 64 * b, inverseQuant_[c].data()), "dequantization");
                 check(lumiDCT8x8Inv_16s_C1I(p + 64 * b), "inverse DCT");
+                clampSamples(p + 64 * b);
             }
-            // Reconstructed samples are 8-bit before any colour transform; the MCU functions clamp only
-            // their output, so an inverse DCT that overshoots would otherwise leak into the other
-            // colour channels (and px wraps K instead of clamping it).
-            for (int i = 0; i < 64 * fc.h * fc.v; ++i) p[i] = std::clamp<Lum16s>(p[i], -128, 127);
             planePtr[c] = p;
         }
         const int mcuW = s_.mcuWidth(), mcuH = s_.mcuHeight(), ch = out_.channels;
@@ -308,6 +305,14 @@ private:
                 std::memcpy(out_.row(y0 + r) + static_cast<size_t>(x0 * ch), edge_.data() + r * step,
                             static_cast<size_t>(cols * ch));
         }
+    }
+
+    // Reconstructed samples are 8-bit before any colour transform; the MCU functions clamp only their
+    // output, so an inverse DCT that overshoots would otherwise leak into the other colour channels
+    // (and px wraps K instead of clamping it). A fixed count lets the compiler use vector min and max.
+    static void clampSamples(Lum16s* block)
+    {
+        for (int i = 0; i < 64; ++i) block[i] = std::clamp<Lum16s>(block[i], -128, 127);
     }
 
     // Replicates every component to full resolution, 8x8 tiles in the 4:4:4 MCU layout, and converts
