@@ -248,15 +248,6 @@ INSTANTIATE_TEST_SUITE_P(Matrix, LumjpegEncode, ::testing::ValuesIn(encodeMatrix
 
 class LumjpegDecode : public ::testing::Test, private Probed {};
 
-std::vector<CorpusFile> corpus(const std::string& expect)
-{
-    std::vector<CorpusFile> files;
-    for (const std::string& dir : {testDataDir(), sharedCorpusDir()})
-        for (const CorpusFile& f : readManifest(dir))
-            if (f["expect"] == expect) files.push_back(f);
-    return files;
-}
-
 TEST_F(LumjpegDecode, EveryValidFileDecodesAsLibjpegDecodesIt)
 {
     const std::vector<CorpusFile> files = corpus("ok");

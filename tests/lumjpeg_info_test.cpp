@@ -94,15 +94,6 @@ std::map<std::string, std::vector<std::string>> byKind(const std::vector<std::st
     return groups;
 }
 
-std::vector<CorpusFile> corpus(const std::string& expect)
-{
-    std::vector<CorpusFile> files;
-    for (const std::string& dir : {testDataDir(), sharedCorpusDir()})
-        for (const CorpusFile& f : readManifest(dir))
-            if (f["expect"] == expect) files.push_back(f);
-    return files;
-}
-
 TEST(LumjpegInfo, AgreesWithTheDjpegTraceOnEveryValidFile)
 {
     const std::vector<CorpusFile> files = corpus("ok");

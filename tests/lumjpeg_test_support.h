@@ -90,6 +90,17 @@ inline std::vector<CorpusFile> readManifest(const std::string& dir)
     return files;
 }
 
+// The files of one `expect` class (ok, unsupported, corrupt) of this repository's corpus and, when
+// the checkout has it, of the shared one.
+inline std::vector<CorpusFile> corpus(const std::string& expect)
+{
+    std::vector<CorpusFile> files;
+    for (const std::string& dir : {testDataDir(), sharedCorpusDir()})
+        for (const CorpusFile& f : readManifest(dir))
+            if (f["expect"] == expect) files.push_back(f);
+    return files;
+}
+
 // A fresh folder under the build's temporary space, removed at the end of the test.
 class ScratchDir {
 public:

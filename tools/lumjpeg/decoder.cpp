@@ -30,20 +30,8 @@ F pick(McuForm form, F f444, F f422, F f411)
     return form == McuForm::F422 ? f422 : form == McuForm::F411 ? f411 : f444;
 }
 
-class DecoderSpec {
-public:
-    explicit DecoderSpec(const HuffmanTable& t) : record_(lumiDecodeHuffmanSpecGetBufSize_JPEG_8u)
-    {
-        static const Lum8u kNoSymbols = 0;
-        check(lumiDecodeHuffmanSpecInit_JPEG_8u(t.bits.data(), t.vals.empty() ? &kNoSymbols : t.vals.data(),
-                                                record_.get()),
-              "building Huffman decoding tables");
-    }
-    const LumDecodeHuffmanSpec* get() const { return record_.get(); }
-
-private:
-    LumRecord<LumDecodeHuffmanSpec> record_;
-};
+using DecoderSpec =
+    HuffmanSpec<LumDecodeHuffmanSpec, lumiDecodeHuffmanSpecGetBufSize_JPEG_8u, lumiDecodeHuffmanSpecInit_JPEG_8u>;
 
 int channelsOf(ColourModel m)
 {

@@ -63,20 +63,8 @@ private:
     std::vector<uint8_t> edge_;
 };
 
-class EncoderSpec {
-public:
-    explicit EncoderSpec(const HuffmanTable& t) : record_(lumiEncodeHuffmanSpecGetBufSize_JPEG_8u)
-    {
-        static const Lum8u kNoSymbols = 0;
-        check(lumiEncodeHuffmanSpecInit_JPEG_8u(t.bits.data(), t.vals.empty() ? &kNoSymbols : t.vals.data(),
-                                                record_.get()),
-              "building a Huffman code table");
-    }
-    const LumEncodeHuffmanSpec* get() const { return record_.get(); }
-
-private:
-    LumRecord<LumEncodeHuffmanSpec> record_;
-};
+using EncoderSpec =
+    HuffmanSpec<LumEncodeHuffmanSpec, lumiEncodeHuffmanSpecGetBufSize_JPEG_8u, lumiEncodeHuffmanSpecInit_JPEG_8u>;
 
 HuffmanTable tableFromCounts(const std::array<Lum32s, 257>& counts)
 {

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "image.h"
+#include "std_tables.h"
 
 namespace lumjpeg {
 
@@ -73,6 +74,23 @@ public:
 
 private:
     LumArray<uint8_t> bytes_;
+};
+
+// A Huffman code table of the encoder or the decoder, built from the BITS and HUFFVAL lists of a DHT
+// segment.
+template <typename Spec, LumStatus (*getBufSize)(Lum32s*), LumStatus (*init)(const Lum8u*, const Lum8u*, Spec*)>
+class HuffmanSpec {
+public:
+    explicit HuffmanSpec(const HuffmanTable& t) : record_(getBufSize)
+    {
+        static const Lum8u kNoSymbols = 0;
+        check(init(t.bits.data(), t.vals.empty() ? &kNoSymbols : t.vals.data(), record_.get()),
+              "building Huffman tables");
+    }
+    const Spec* get() const { return record_.get(); }
+
+private:
+    LumRecord<Spec> record_;
 };
 
 }  // namespace lumjpeg
