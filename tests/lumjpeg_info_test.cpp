@@ -4,7 +4,7 @@
 // one line of error or a description.
 #include <gtest/gtest.h>
 
-#include <regex>
+#include <cstdio>
 #include <set>
 
 #include "lumjpeg_test_support.h"
@@ -13,42 +13,45 @@ namespace {
 
 using namespace lumjpegtest;
 
+std::string trimCommas(std::string s)
+{
+    while (!s.empty() && s.back() == ',') s.pop_back();
+    return s;
+}
+
 // One canonical line per fact, in file order within each kind, from djpeg's trace.
 std::vector<std::string> factsFromDjpeg(const std::string& trace)
 {
     std::vector<std::string> facts;
-    std::smatch m;
     std::string scanIds, scanDc, scanAc;
-    bool inFrame = false, inScan = false;
     for (const std::string& line : lines(trace)) {
-        if (std::regex_search(line, m, std::regex(R"(Start Of Frame 0x(c[0-9a-f]): width=(\d+), height=(\d+), components=(\d+))"))) {
-            facts.push_back("frame " + m[1].str() + " " + m[2].str() + "x" + m[3].str() + " components " + m[4].str());
-            inFrame = true;
-            inScan = false;
-        } else if (std::regex_search(line, m, std::regex(R"(^    Component (\d+): (\d+)hx(\d+)v q=(\d+))")) && inFrame) {
-            facts.push_back("component " + m[1].str() + " " + m[2].str() + "x" + m[3].str() + " q" + m[4].str());
-        } else if (std::regex_search(line, m, std::regex(R"(Define Quantization Table (\d+)  precision (\d+))"))) {
-            facts.push_back("table Q " + m[1].str() + " " + (m[2].str() == "0" ? "8" : "16"));
-            inFrame = false;
-        } else if (std::regex_search(line, m, std::regex(R"(Define Huffman Table 0x([01])([0-9a-f]))"))) {
-            facts.push_back(std::string("table ") + (m[1].str() == "0" ? "D " : "A ") + m[2].str());
-            inFrame = false;
-        } else if (std::regex_search(line, m, std::regex(R"(Define Restart Interval (\d+))"))) {
-            facts.push_back("dri " + m[1].str());
-            inFrame = false;
-        } else if (line.find("Start Of Scan:") != std::string::npos) {
+        const char* l = line.c_str();
+        int a, b, c, d;
+        unsigned x;
+        if (std::sscanf(l, "Start Of Frame 0x%x: width=%d, height=%d, components=%d", &x, &a, &b, &c) == 4) {
+            char sof[8];
+            std::snprintf(sof, sizeof sof, "%x", x);
+            facts.push_back("frame " + std::string(sof) + " " + std::to_string(a) + "x" + std::to_string(b) +
+                            " components " + std::to_string(c));
+        } else if (std::sscanf(l, " Component %d: %dhx%dv q=%d", &a, &b, &c, &d) == 4) {
+            facts.push_back("component " + std::to_string(a) + " " + std::to_string(b) + "x" + std::to_string(c) +
+                            " q" + std::to_string(d));
+        } else if (std::sscanf(l, "Define Quantization Table %d precision %d", &a, &b) == 2) {
+            facts.push_back("table Q " + std::to_string(a) + " " + (b == 0 ? "8" : "16"));
+        } else if (std::sscanf(l, "Define Huffman Table 0x%x", &x) == 1) {
+            facts.push_back(std::string("table ") + (x >> 4 == 0 ? "D " : "A ") + std::to_string(x & 15));
+        } else if (std::sscanf(l, "Define Restart Interval %d", &a) == 1) {
+            facts.push_back("dri " + std::to_string(a));
+        } else if (std::sscanf(l, "Start Of Scan: %d components", &a) == 1) {
             scanIds = scanDc = scanAc = "";
-            inScan = true;
-            inFrame = false;
-        } else if (std::regex_search(line, m, std::regex(R"(^    Component (\d+): dc=(\d+) ac=(\d+))")) && inScan) {
+        } else if (std::sscanf(l, " Component %d: dc=%d ac=%d", &a, &b, &c) == 3) {
             const std::string sep = scanIds.empty() ? "" : ",";
-            scanIds += sep + m[1].str();
-            scanDc += sep + m[2].str();
-            scanAc += sep + m[3].str();
-        } else if (std::regex_search(line, m, std::regex(R"(Ss=(\d+), Se=(\d+), Ah=(\d+), Al=(\d+))")) && inScan) {
-            facts.push_back("scan " + scanIds + " dc " + scanDc + " ac " + scanAc + " ss " + m[1].str() + " se " +
-                            m[2].str() + " ah " + m[3].str() + " al " + m[4].str());
-            inScan = false;
+            scanIds += sep + std::to_string(a);
+            scanDc += sep + std::to_string(b);
+            scanAc += sep + std::to_string(c);
+        } else if (std::sscanf(l, " Ss=%d, Se=%d, Ah=%d, Al=%d", &a, &b, &c, &d) == 4) {
+            facts.push_back("scan " + scanIds + " dc " + scanDc + " ac " + scanAc + " ss " + std::to_string(a) +
+                            " se " + std::to_string(b) + " ah " + std::to_string(c) + " al " + std::to_string(d));
         }
     }
     return facts;
@@ -58,28 +61,33 @@ std::vector<std::string> factsFromDjpeg(const std::string& trace)
 std::vector<std::string> factsFromInfo(const std::string& text)
 {
     std::vector<std::string> facts;
-    std::smatch m;
     std::string sof, size;
     for (const std::string& line : lines(text)) {
-        if (std::regex_search(line, m, std::regex(R"(^process: .*\(SOF(\d+)\))"))) {
-            sof = "c" + m[1].str();
-        } else if (std::regex_search(line, m, std::regex(R"(^size: (\d+x\d+))"))) {
-            size = m[1].str();
-        } else if (std::regex_search(line, m, std::regex(R"(^components: (\d+))"))) {
-            facts.push_back("frame " + sof + " " + size + " components " + m[1].str());
-        } else if (std::regex_search(line, m, std::regex(R"(^  component \d+: id (\d+), sampling (\d+x\d+), quantization table (\d+))"))) {
-            facts.push_back("component " + m[1].str() + " " + m[2].str() + " q" + m[3].str());
-        } else if (std::regex_search(line, m, std::regex(R"(^  quantization table (\d+): (\d+)-bit)"))) {
-            facts.push_back("table Q " + m[1].str() + " " + m[2].str());
-        } else if (std::regex_search(line, m, std::regex(R"(^  Huffman table (DC|AC) (\d+):)"))) {
-            facts.push_back(std::string("table ") + (m[1].str() == "DC" ? "D " : "A ") + m[2].str());
-        } else if (std::regex_search(line, m, std::regex(R"(^restart interval: ([0-9,]+))"))) {
-            std::stringstream values(m[1].str());
+        const char* l = line.c_str();
+        int a, b, c, d;
+        char ids[64], dc[64], ac[64], cls[4];
+        if (std::sscanf(l, "process: %*[^(](SOF%d)", &a) == 1) {
+            sof = "c" + std::to_string(a);
+        } else if (std::sscanf(l, "size: %dx%d", &a, &b) == 2) {
+            size = std::to_string(a) + "x" + std::to_string(b);
+        } else if (std::sscanf(l, "components: %d", &a) == 1) {
+            facts.push_back("frame " + sof + " " + size + " components " + std::to_string(a));
+        } else if (std::sscanf(l, " component %*d: id %d, sampling %dx%d, quantization table %d", &a, &b, &c, &d) == 4) {
+            facts.push_back("component " + std::to_string(a) + " " + std::to_string(b) + "x" + std::to_string(c) +
+                            " q" + std::to_string(d));
+        } else if (std::sscanf(l, " quantization table %d: %d-bit", &a, &b) == 2) {
+            facts.push_back("table Q " + std::to_string(a) + " " + std::to_string(b));
+        } else if (std::sscanf(l, " Huffman table %3s %d:", cls, &a) == 2) {
+            facts.push_back(std::string("table ") + (std::string(cls) == "DC" ? "D " : "A ") + std::to_string(a));
+        } else if (std::sscanf(l, "restart interval: %63[0-9,]", ids) == 1) {
+            std::stringstream values(ids);
             std::string v;
             while (std::getline(values, v, ',')) facts.push_back("dri " + v);
-        } else if (std::regex_search(line, m, std::regex(R"(^  scan \d+: components ([0-9,]+), Ss (\d+) Se (\d+) Ah (\d+) Al (\d+), DC tables ([0-9]+(?:,[0-9]+)*), AC tables ([0-9]+(?:,[0-9]+)*))"))) {
-            facts.push_back("scan " + m[1].str() + " dc " + m[6].str() + " ac " + m[7].str() + " ss " + m[2].str() +
-                            " se " + m[3].str() + " ah " + m[4].str() + " al " + m[5].str());
+        } else if (std::sscanf(l, " scan %*d: components %63[0-9,] Ss %d Se %d Ah %d Al %d, DC tables %63[0-9,] AC tables %63[0-9,]",
+                               ids, &a, &b, &c, &d, dc, ac) == 7) {
+            facts.push_back("scan " + trimCommas(ids) + " dc " + trimCommas(dc) + " ac " + trimCommas(ac) + " ss " +
+                            std::to_string(a) + " se " + std::to_string(b) + " ah " + std::to_string(c) + " al " +
+                            std::to_string(d));
         }
     }
     return facts;
@@ -120,13 +128,15 @@ TEST(LumjpegInfo, AgreesWithIdentifyOnSizeSamplingAndInterlace)
             run("identify -format '%w %h %[jpeg:sampling-factor] %[interlace]\\n' " + quoted(f.path));
         ASSERT_EQ(id.exitCode, 0) << id.output;
         // identify may add warnings about metadata around the line asked for.
-        std::smatch m;
-        ASSERT_TRUE(std::regex_search(id.output, m, std::regex(R"((?:^|\n)(\d+) (\d+) (\S+) (\S+)\n)"))) << id.output;
-        const std::string w = m[1], h = m[2], sampling = m[3], interlace = m[4];
+        int w = 0, h = 0;
+        char sampling[64] = "", interlace[16] = "";
+        for (const std::string& line : lines(id.output))
+            if (std::sscanf(line.c_str(), "%d %d %63s %15s", &w, &h, sampling, interlace) == 4) break;
+        ASSERT_GT(w, 0) << id.output;
         const std::string info = run(lumjpegTool() + " info " + quoted(f.path)).output;
-        EXPECT_NE(info.find("\nsize: " + w + "x" + h + "\n"), std::string::npos) << info;
-        EXPECT_NE(info.find("\nsampling: " + sampling + "\n"), std::string::npos) << info;
-        EXPECT_EQ(info.find("process: progressive") != std::string::npos, interlace == "JPEG") << info;
+        EXPECT_NE(info.find("\nsize: " + std::to_string(w) + "x" + std::to_string(h) + "\n"), std::string::npos) << info;
+        EXPECT_NE(info.find("\nsampling: " + std::string(sampling) + "\n"), std::string::npos) << info;
+        EXPECT_EQ(info.find("process: progressive") != std::string::npos, std::string(interlace) == "JPEG") << info;
     }
 }
 

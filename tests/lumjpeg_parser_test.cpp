@@ -20,9 +20,7 @@ std::vector<uint8_t> readBytes(const std::string& path) { return lumtest::readFi
 // Runs the tool's parser on bytes that end right before an inaccessible page.
 lumjpeg::JpegStream parseGuarded(const std::vector<uint8_t>& bytes)
 {
-    lumtest::GuardedBuffer buf(bytes.size());
-    if (!bytes.empty()) std::memcpy(buf.data(), bytes.data(), bytes.size());
-    return lumjpeg::parseJpeg(buf.data(), bytes.size());
+    return lumjpeg::parseJpeg(guardedCopy(bytes)->data(), bytes.size());
 }
 
 // cjpeg at quality 50 writes the example tables of the standard unscaled.

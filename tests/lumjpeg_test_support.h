@@ -14,7 +14,10 @@
 #include <map>
 #include <sstream>
 #include <string>
+#include <memory>
 #include <vector>
+
+#include "test_support.h"
 
 namespace lumjpegtest {
 
@@ -116,6 +119,14 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+// A copy of `bytes` that ends right before an inaccessible page, so that reading past it faults.
+inline std::unique_ptr<lumtest::GuardedBuffer> guardedCopy(const std::vector<uint8_t>& bytes)
+{
+    auto buf = std::make_unique<lumtest::GuardedBuffer>(bytes.size());
+    if (!bytes.empty()) std::memcpy(buf->data(), bytes.data(), bytes.size());
+    return buf;
+}
 
 inline std::vector<std::string> lines(const std::string& text)
 {
