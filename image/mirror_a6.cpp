@@ -54,7 +54,15 @@ void swapStep(Lum8u*& a, Lum8u*& b, size_t& len)
     len -= Bytes;
 }
 
-// Passes of two units of `Unit` bytes, then one unit of each smaller size that still fits.
+// At most one unit of each size from `Unit` down to a byte.
+template <size_t Unit>
+void swapRest(Lum8u* a, Lum8u* b, size_t len)
+{
+    if (len >= Unit) swapStep<Unit>(a, b, len);
+    if constexpr (Unit > 1) swapRest<Unit / 2>(a, b, len);
+}
+
+// Passes of two units of `Unit` bytes, then the smaller units down to a byte.
 template <size_t Unit>
 void swapPasses(Lum8u* a, Lum8u* b, size_t len)
 {
@@ -62,13 +70,7 @@ void swapPasses(Lum8u* a, Lum8u* b, size_t len)
         swapUnit<Unit>(a, b);
         swapUnit<Unit>(a + Unit, b + Unit);
     }
-    if constexpr (Unit >= 16)
-        if (len >= 8) swapStep<8>(a, b, len);
-    if constexpr (Unit >= 8)
-        if (len >= 4) swapStep<4>(a, b, len);
-    if constexpr (Unit >= 4)
-        if (len >= 2) swapStep<2>(a, b, len);
-    if (len >= 1) swapUnit<1>(a, b);
+    swapRest<Unit>(a, b, len);
 }
 
 // Single bytes until the lower row is 16-byte aligned, then units as wide as the upper row's
