@@ -301,4 +301,23 @@ static inline void scalarRow420To422(const Lum8u* y, const Lum8u* cb, const Lum8
     }
 }
 
+// ---- Whole conversions by the px logic, checks included; px runs them, and a6 has its own
+// functions with the same results.
+
+static inline LumStatus scalarYuv420ToBgr(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst,
+                                          Lum32s dstStep, LumSize roi)
+{
+    const LumStatus status = checkPlanesLast(pSrc, pDst, pSrc, roi);
+    if (status == lumStsNoErr) yuv420ToBgr(pSrc, srcStep, pDst, dstStep, roi, pxPairRowsBgr);
+    return status;
+}
+
+static inline LumStatus scalarYcrcb420To422(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst,
+                                            Lum32s dstStep, LumSize roi)
+{
+    const LumStatus status = checkRepackToPacked(pSrc, pDst, roi);
+    if (status == lumStsNoErr) ycrcb420To422(pSrc, srcStep, pDst, dstStep, roi, scalarRow420To422);
+    return status;
+}
+
 }  // namespace lum::yuv

@@ -19,17 +19,13 @@ LUM_VECTOR_RGB_TO_YUV
 LumStatus lumiYUV420ToBGR_8u_P3C3R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst, Lum32s dstStep,
                                    LumSize roiSize)
 {
-    const LumStatus status = yuv::checkPlanesLast(pSrc, pDst, pSrc, roiSize);
-    if (status == lumStsNoErr) yuv::yuv420ToBgr(pSrc, srcStep, pDst, dstStep, roiSize, yuv::pxPairRowsBgr);
-    return status;
+    return yuv::scalarYuv420ToBgr(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 LumStatus lumiYCrCb420ToYCbCr422_8u_P3C2R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst,
                                           Lum32s dstStep, LumSize roiSize)
 {
-    const LumStatus status = yuv::checkRepackToPacked(pSrc, pDst, roiSize);
-    if (status == lumStsNoErr) yuv::ycrcb420To422(pSrc, srcStep, pDst, dstStep, roiSize, yuv::scalarRow420To422);
-    return status;
+    return yuv::scalarYcrcb420To422(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 }  // namespace lum::a6

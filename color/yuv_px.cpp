@@ -24,9 +24,7 @@ LumStatus lumiRGBToYUV422_8u_C3P3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* con
 LumStatus lumiYUV420ToBGR_8u_P3C3R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst, Lum32s dstStep,
                                    LumSize roiSize)
 {
-    const LumStatus status = yuv::checkPlanesLast(pSrc, pDst, pSrc, roiSize);
-    if (status == lumStsNoErr) yuv::yuv420ToBgr(pSrc, srcStep, pDst, dstStep, roiSize, yuv::pxPairRowsBgr);
-    return status;
+    return yuv::scalarYuv420ToBgr(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 LumStatus lumiYCbCr422ToYCbCr420_8u_C2P3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],
@@ -40,9 +38,7 @@ LumStatus lumiYCbCr422ToYCbCr420_8u_C2P3R(const Lum8u* pSrc, Lum32s srcStep, Lum
 LumStatus lumiYCrCb420ToYCbCr422_8u_P3C2R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst,
                                           Lum32s dstStep, LumSize roiSize)
 {
-    const LumStatus status = yuv::checkRepackToPacked(pSrc, pDst, roiSize);
-    if (status == lumStsNoErr) yuv::ycrcb420To422(pSrc, srcStep, pDst, dstStep, roiSize, yuv::scalarRow420To422);
-    return status;
+    return yuv::scalarYcrcb420To422(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 }  // namespace lum::px

@@ -32,7 +32,7 @@ void streamUnits(const Lum8u*& s, Lum8u*& d, size_t& len)
 }
 
 template <int Channels>
-LumStatus copyRegion(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)
+LumStatus copyInterleaved(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)
 {
     const LumStatus status = checkRegionArgs(roi, pSrc, pDst);
     if (status != lumStsNoErr) return status;
@@ -70,19 +70,6 @@ void lumCopyRow(const Lum8u* s, Lum8u* d, size_t len)
     _mm_empty();
 }
 
-LumStatus lumiCopy_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize)
-{
-    return copyRegion<1>(pSrc, srcStep, pDst, dstStep, roiSize);
-}
-
-LumStatus lumiCopy_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize)
-{
-    return copyRegion<3>(pSrc, srcStep, pDst, dstStep, roiSize);
-}
-
-LumStatus lumiCopy_8u_C4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize)
-{
-    return copyRegion<4>(pSrc, srcStep, pDst, dstStep, roiSize);
-}
+LUM_INTERLEAVED_COPY_EXPORTS
 
 }  // namespace lum::a6

@@ -9,7 +9,7 @@ namespace {
 
 // No merging: every row, every byte, in order.
 template <int Channels>
-LumStatus copyBytewise(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)
+LumStatus copyInterleaved(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)
 {
     const LumStatus status = checkRegionArgs(roi, pSrc, pDst);
     if (status != lumStsNoErr) return status;
@@ -33,26 +33,11 @@ LumStatus copyPlanar(const Lum8u* const* pSrc, Lum32s srcStep, Lum8u* pDst, Lum3
 
 }  // namespace
 
-LumStatus lumiCopy_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize)
-{
-    return copyBytewise<1>(pSrc, srcStep, pDst, dstStep, roiSize);
-}
-
-LumStatus lumiCopy_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize)
-{
-    return copyBytewise<3>(pSrc, srcStep, pDst, dstStep, roiSize);
-}
-
-LumStatus lumiCopy_8u_C4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize)
-{
-    return copyBytewise<4>(pSrc, srcStep, pDst, dstStep, roiSize);
-}
+LUM_INTERLEAVED_COPY_EXPORTS
 
 LumStatus lumiCopy_8u_C3AC4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize)
 {
-    const LumStatus status = checkRegionArgs(roiSize, pSrc, pDst);
-    if (status == lumStsNoErr) copyAlphaKept(pSrc, srcStep, pDst, dstStep, roiSize);
-    return status;
+    return copyAlphaKept(pSrc, srcStep, pDst, dstStep, roiSize);
 }
 
 LumStatus lumiCopy_8u_P3C3R(const Lum8u* const pSrc[3], Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,
@@ -69,9 +54,7 @@ LumStatus lumiCopy_8u_P4C4R(const Lum8u* const pSrc[4], Lum32s srcStep, Lum8u* p
 
 LumStatus lumiSet_8u_C4CR(Lum8u value, Lum8u* pDst, Lum32s dstStep, LumSize roiSize)
 {
-    const LumStatus status = checkSetArgs(pDst, dstStep, roiSize);
-    if (status == lumStsNoErr) setChannel(value, pDst, dstStep, roiSize);
-    return status;
+    return setChannel(value, pDst, dstStep, roiSize);
 }
 
 }  // namespace lum::px

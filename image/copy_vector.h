@@ -5,6 +5,7 @@
 
 #include "image/copy_row.h"
 #include "image/region.h"
+#include "signal/copy_vector.h"
 
 #include <emmintrin.h>
 
@@ -12,24 +13,11 @@
 
 namespace lum::regionvec {
 
-template <typename Tier>
-uintptr_t address(const void* p)
-{
-    return reinterpret_cast<uintptr_t>(p);
-}
+using copyvec::address;
+using copyvec::advance;
 
-template <typename Tier>
-void advance(const Lum8u*& s, Lum8u*& d, size_t& len, size_t step)
-{
-    s += step;
-    d += step;
-    len -= step;
-}
-
-// Load forms of the cached loop, chosen by the source alignment.
-template <typename Tier>
-inline constexpr auto alignedLoad = [](const Lum8u* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); };
-
+// Load forms of the cached loop, chosen by the source alignment: two 8-byte loads, or four 32-bit
+// loads for a source 4 bytes past an 8-byte boundary.
 template <typename Tier>
 inline constexpr auto halvesLoad = [](const Lum8u* p) {
     return _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)),
@@ -45,37 +33,26 @@ inline constexpr auto wordsLoad = [](const Lum8u* p) {
     return _mm_unpacklo_epi64(lo, hi);
 };
 
-// 64 bytes per pass into aligned stores, plain or non-temporal.
-template <typename Tier, bool Stream, typename Load>
-void passes64(const Lum8u*& s, Lum8u*& d, size_t& len, Load load)
+// The non-temporal loop: 64 bytes per pass, two 8-byte loads per 16-byte store, then a fence.
+template <typename Tier>
+void streamPasses(const Lum8u*& s, Lum8u*& d, size_t& len)
 {
-    for (; len >= 64; advance<Tier>(s, d, len, 64)) {
-        for (size_t i = 0; i < 64; i += 16) {
-            auto* q = reinterpret_cast<__m128i*>(d + i);
-            if constexpr (Stream)
-                _mm_stream_si128(q, load(s + i));
-            else
-                _mm_store_si128(q, load(s + i));
-        }
-    }
+    for (; len >= 64; advance<Tier>(s, d, len, 64))
+        for (size_t i = 0; i < 64; i += 16) _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), halvesLoad<Tier>(s + i));
+    _mm_sfence();
 }
 
-// 8 bytes per step while 8 remain, then 4, 2, 1 by the bits of the rest.
+// 8 bytes per step while 8 remain, then units of 4, 2 and 1 by the bits of the rest.
 template <typename Tier>
 void copyRowTail(const Lum8u* s, Lum8u* d, size_t len)
 {
-    for (; len >= 8; advance<Tier>(s, d, len, 8)) std::memcpy(d, s, 8);
-    if (len & 4) {
-        std::memcpy(d, s, 4);
-        advance<Tier>(s, d, len, 4);
-    }
-    if (len & 2) {
-        std::memcpy(d, s, 2);
-        advance<Tier>(s, d, len, 2);
-    }
-    if (len & 1) *d = *s;
+    for (; len >= 8; advance<Tier>(s, d, len, 8)) copyvec::moveUnit<Tier, 8>(s, d);
+    copyvec::peelForward<Tier>(s, d, len, len);
 }
 
+// The row kernel: an unaligned destination gets one unaligned 16-byte copy and both pointers step
+// to its next boundary (later stores overlap it); then 64-byte passes into aligned stores, streamed
+// when asked unless the source trails closely, cached by the source's alignment otherwise.
 template <typename Tier>
 void copyRow(const Lum8u* s, Lum8u* d, size_t len, bool stream)
 {
@@ -85,16 +62,14 @@ void copyRow(const Lum8u* s, Lum8u* d, size_t len, bool stream)
     }
     if (len >= 64) {
         const uintptr_t a = address<Tier>(s);
-        if (stream && copyRowGoesNonTemporal(s, d)) {
-            passes64<Tier, true>(s, d, len, halvesLoad<Tier>);
-            _mm_sfence();
-        } else if ((a & 15) == 0) {
-            passes64<Tier, false>(s, d, len, alignedLoad<Tier>);
-        } else if ((a & 7) == 4) {
-            passes64<Tier, false>(s, d, len, wordsLoad<Tier>);
-        } else {
-            passes64<Tier, false>(s, d, len, halvesLoad<Tier>);
-        }
+        if (stream && copyRowGoesNonTemporal(s, d))
+            streamPasses<Tier>(s, d, len);
+        else if ((a & 15) == 0)
+            copyvec::passesForward<Tier>(s, d, len, copyvec::alignedLoad<Tier>);
+        else if ((a & 7) == 4)
+            copyvec::passesForward<Tier>(s, d, len, wordsLoad<Tier>);
+        else
+            copyvec::passesForward<Tier>(s, d, len, halvesLoad<Tier>);
     }
     copyRowTail<Tier>(s, d, len);
 }
@@ -207,24 +182,16 @@ LumStatus copyPlanar(const Lum8u* const* pSrc, Lum32s srcStep, Lum8u* pDst, Lum3
     {                                                                                                        \
         regionvec::copyRow<Tier>(pSrc, pDst, len, stream);                                                   \
     }                                                                                                        \
-    LumStatus lumiCopy_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)  \
+    template <int Channels>                                                                                  \
+    LumStatus copyInterleaved(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)  \
     {                                                                                                        \
-        return regionvec::copyRegion<Tier, 1>(pSrc, srcStep, pDst, dstStep, roi);                            \
+        return regionvec::copyRegion<Tier, Channels>(pSrc, srcStep, pDst, dstStep, roi);                     \
     }                                                                                                        \
-    LumStatus lumiCopy_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)  \
-    {                                                                                                        \
-        return regionvec::copyRegion<Tier, 3>(pSrc, srcStep, pDst, dstStep, roi);                            \
-    }                                                                                                        \
-    LumStatus lumiCopy_8u_C4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)  \
-    {                                                                                                        \
-        return regionvec::copyRegion<Tier, 4>(pSrc, srcStep, pDst, dstStep, roi);                            \
-    }                                                                                                        \
+    LUM_INTERLEAVED_COPY_EXPORTS                                                                             \
     LumStatus lumiCopy_8u_C3AC4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,            \
                                  LumSize roi)                                                                \
     {                                                                                                        \
-        const LumStatus status = checkRegionArgs(roi, pSrc, pDst);                                           \
-        if (status == lumStsNoErr) copyAlphaKept(pSrc, srcStep, pDst, dstStep, roi);                         \
-        return status;                                                                                       \
+        return copyAlphaKept(pSrc, srcStep, pDst, dstStep, roi);                                             \
     }                                                                                                        \
     LumStatus lumiCopy_8u_P3C3R(const Lum8u* const pSrc[3], Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,    \
                                 LumSize roi)                                                                 \
@@ -240,7 +207,5 @@ LumStatus copyPlanar(const Lum8u* const* pSrc, Lum32s srcStep, Lum8u* pDst, Lum3
     }                                                                                                        \
     LumStatus lumiSet_8u_C4CR(Lum8u value, Lum8u* pDst, Lum32s dstStep, LumSize roi)                        \
     {                                                                                                        \
-        const LumStatus status = checkSetArgs(pDst, dstStep, roi);                                           \
-        if (status == lumStsNoErr) setChannel(value, pDst, dstStep, roi);                                    \
-        return status;                                                                                       \
+        return setChannel(value, pDst, dstStep, roi);                                                        \
     }

@@ -85,3 +85,26 @@ struct ScalarInPlace {
 };
 
 }  // namespace lum::mirror
+
+// Defines the four mirror exports in the including tier's namespace, over the tier's templates
+// mirrorInto<Channels>(pSrc, srcStep, pDst, dstStep, roi, flip) and
+// mirrorInPlace<Channels>(pSrcDst, step, roi, flip).
+#define LUM_MIRROR_EXPORTS                                                                                  \
+    LumStatus lumiMirror_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi, \
+                                Lum32s flip)                                                                \
+    {                                                                                                       \
+        return mirrorInto<1>(pSrc, srcStep, pDst, dstStep, roi, flip);                                      \
+    }                                                                                                       \
+    LumStatus lumiMirror_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi, \
+                                Lum32s flip)                                                                \
+    {                                                                                                       \
+        return mirrorInto<3>(pSrc, srcStep, pDst, dstStep, roi, flip);                                      \
+    }                                                                                                       \
+    LumStatus lumiMirror_8u_C1IR(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                    \
+    {                                                                                                       \
+        return mirrorInPlace<1>(pSrcDst, step, roi, flip);                                                  \
+    }                                                                                                       \
+    LumStatus lumiMirror_8u_C3IR(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                    \
+    {                                                                                                       \
+        return mirrorInPlace<3>(pSrcDst, step, roi, flip);                                                  \
+    }

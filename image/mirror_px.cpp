@@ -34,26 +34,6 @@ LumStatus mirrorInPlace(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)
 
 }  // namespace
 
-LumStatus lumiMirror_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize,
-                            Lum32s flip)
-{
-    return mirrorInto<1>(pSrc, srcStep, pDst, dstStep, roiSize, flip);
-}
-
-LumStatus lumiMirror_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roiSize,
-                            Lum32s flip)
-{
-    return mirrorInto<3>(pSrc, srcStep, pDst, dstStep, roiSize, flip);
-}
-
-LumStatus lumiMirror_8u_C1IR(Lum8u* pSrcDst, Lum32s srcDstStep, LumSize roiSize, Lum32s flip)
-{
-    return mirrorInPlace<1>(pSrcDst, srcDstStep, roiSize, flip);
-}
-
-LumStatus lumiMirror_8u_C3IR(Lum8u* pSrcDst, Lum32s srcDstStep, LumSize roiSize, Lum32s flip)
-{
-    return mirrorInPlace<3>(pSrcDst, srcDstStep, roiSize, flip);
-}
+LUM_MIRROR_EXPORTS
 
 }  // namespace lum::px

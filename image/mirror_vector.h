@@ -265,22 +265,16 @@ LumStatus mirrorInPlace(Lum8u* p, Lum32s step, LumSize roi, Lum32s flip)
 
 // Defines the four mirrors in the including tier's namespace; the tier supplies its policy `Tier`
 // and its lumCopyRow.
-#define LUM_VECTOR_MIRROR_FAMILY                                                                        \
-    LumStatus lumiMirror_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,        \
-                                LumSize roi, Lum32s flip)                                               \
-    {                                                                                                   \
-        return mirrorvec::mirrorInto<Tier, 1, lumCopyRow>(pSrc, srcStep, pDst, dstStep, roi, flip);     \
-    }                                                                                                   \
-    LumStatus lumiMirror_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,        \
-                                LumSize roi, Lum32s flip)                                               \
-    {                                                                                                   \
-        return mirrorvec::mirrorInto<Tier, 3, lumCopyRow>(pSrc, srcStep, pDst, dstStep, roi, flip);     \
-    }                                                                                                   \
-    LumStatus lumiMirror_8u_C1IR(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                \
-    {                                                                                                   \
-        return mirrorvec::mirrorInPlace<Tier, 1>(pSrcDst, step, roi, flip);                             \
-    }                                                                                                   \
-    LumStatus lumiMirror_8u_C3IR(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                \
-    {                                                                                                   \
-        return mirrorvec::mirrorInPlace<Tier, 3>(pSrcDst, step, roi, flip);                             \
-    }
+#define LUM_VECTOR_MIRROR_FAMILY                                                                            \
+    template <int Channels>                                                                                 \
+    LumStatus mirrorInto(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi,      \
+                         Lum32s flip)                                                                       \
+    {                                                                                                       \
+        return mirrorvec::mirrorInto<Tier, Channels, lumCopyRow>(pSrc, srcStep, pDst, dstStep, roi, flip); \
+    }                                                                                                       \
+    template <int Channels>                                                                                 \
+    LumStatus mirrorInPlace(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                         \
+    {                                                                                                       \
+        return mirrorvec::mirrorInPlace<Tier, Channels>(pSrcDst, step, roi, flip);                          \
+    }                                                                                                       \
+    LUM_MIRROR_EXPORTS

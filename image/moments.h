@@ -90,24 +90,30 @@ static inline void addRowSums(Lum64f* m, Wide s0, Wide s1, Wide s2, Wide s3, Wid
     m[12] = Lum64f(m[12] + t2 * y);
 }
 
+// One step of the row sums: f into s0; f times x into s1, that times x into s2, that times x into
+// s3. `add` and `mul` are the arithmetic of the tier (scalar, or one or all lanes of a register).
+template <typename V, typename Add, typename Mul>
+[[gnu::always_inline]] static inline void accumulate(V (&s)[4], V f, V x, Add add, Mul mul)
+{
+    s[0] = add(s[0], f);
+    V p = mul(f, x);
+    s[1] = add(s[1], p);
+    p = mul(p, x);
+    s[2] = add(s[2], p);
+    p = mul(p, x);
+    s[3] = add(s[3], p);
+}
+
 // The px kernel: per row four Lum64f sums and a Lum64f x, pixel by pixel.
 static inline void scalarKernel(const Lum32f* pSrc, Lum32s srcStep, LumSize roi, Lum64f* m)
 {
+    const auto add = [](Lum64f a, Lum64f b) { return a + b; };
+    const auto mul = [](Lum64f a, Lum64f b) { return a * b; };
     for (int64_t y = 0; y < roi.height; ++y) {
         const Lum8u* row = rowAt(reinterpret_cast<const Lum8u*>(pSrc), srcStep, y);
-        Lum64f s0 = 0, s1 = 0, s2 = 0, s3 = 0, x = 0;
-        for (size_t i = 0; i < size_t(roi.width); ++i) {
-            const Lum64f f = pixelAt(row, i);
-            s0 += f;
-            Lum64f p = f * x;
-            s1 += p;
-            p *= x;
-            s2 += p;
-            p *= x;
-            s3 += p;
-            x += 1;
-        }
-        addRowSums<Lum64f>(m, s0, s1, s2, s3, Lum64f(y));
+        Lum64f s[4] = {0, 0, 0, 0}, x = 0;
+        for (size_t i = 0; i < size_t(roi.width); ++i, x += 1) accumulate<Lum64f>(s, pixelAt(row, i), x, add, mul);
+        addRowSums<Lum64f>(m, s[0], s[1], s[2], s[3], Lum64f(y));
     }
 }
 

@@ -8,18 +8,21 @@
 
 namespace lum::momentsvec {
 
+// Lane 0 alone, or all four lanes.
+template <typename Tier>
+inline constexpr auto addSs = [](__m128 a, __m128 b) { return _mm_add_ss(a, b); };
+template <typename Tier>
+inline constexpr auto mulSs = [](__m128 a, __m128 b) { return _mm_mul_ss(a, b); };
+template <typename Tier>
+inline constexpr auto addPs = [](__m128 a, __m128 b) { return _mm_add_ps(a, b); };
+template <typename Tier>
+inline constexpr auto mulPs = [](__m128 a, __m128 b) { return _mm_mul_ps(a, b); };
+
 // One pixel into lane 0 of the sums; x grows by 1 in every lane.
 template <typename Tier>
 [[gnu::always_inline]] inline void addSingle(const Lum8u* p, __m128 (&s)[4], __m128& x)
 {
-    const __m128 f = _mm_load_ss(reinterpret_cast<const float*>(p));
-    s[0] = _mm_add_ss(s[0], f);
-    __m128 t = _mm_mul_ss(f, x);
-    s[1] = _mm_add_ss(s[1], t);
-    t = _mm_mul_ss(t, x);
-    s[2] = _mm_add_ss(s[2], t);
-    t = _mm_mul_ss(t, x);
-    s[3] = _mm_add_ss(s[3], t);
+    moments::accumulate(s, _mm_load_ss(reinterpret_cast<const float*>(p)), x, addSs<Tier>, mulSs<Tier>);
     x = _mm_add_ps(x, _mm_set1_ps(1.0f));
 }
 
@@ -49,14 +52,7 @@ void kernel(const Lum32f* pSrc, Lum32s srcStep, LumSize roi, Lum64f* m)
             // One line ahead at every 32 bytes of row.
             if ((reinterpret_cast<uintptr_t>(p) & 31) == 0)
                 _mm_prefetch(reinterpret_cast<const char*>(p + 32), _MM_HINT_NTA);
-            const __m128 f = _mm_load_ps(reinterpret_cast<const float*>(p));
-            s[0] = _mm_add_ps(s[0], f);
-            __m128 t = _mm_mul_ps(f, x);
-            s[1] = _mm_add_ps(s[1], t);
-            t = _mm_mul_ps(t, x);
-            s[2] = _mm_add_ps(s[2], t);
-            t = _mm_mul_ps(t, x);
-            s[3] = _mm_add_ps(s[3], t);
+            moments::accumulate(s, _mm_load_ps(reinterpret_cast<const float*>(p)), x, addPs<Tier>, mulPs<Tier>);
             x = _mm_add_ps(x, four);
         }
         for (; p < end; p += 4) addSingle<Tier>(p, s, x);

@@ -8,17 +8,11 @@
 namespace lum::w7 {
 namespace {
 
-// One step of the sums on the two lanes of f at columns x.
-[[gnu::always_inline]] inline void addPair(__m128d f, __m128d x, __m128d (&s)[4])
-{
-    s[0] = _mm_add_pd(s[0], f);
-    __m128d t = _mm_mul_pd(f, x);
-    s[1] = _mm_add_pd(s[1], t);
-    t = _mm_mul_pd(t, x);
-    s[2] = _mm_add_pd(s[2], t);
-    t = _mm_mul_pd(t, x);
-    s[3] = _mm_add_pd(s[3], t);
-}
+// Both lanes, or lane 0 alone.
+constexpr auto addPd = [](__m128d a, __m128d b) { return _mm_add_pd(a, b); };
+constexpr auto mulPd = [](__m128d a, __m128d b) { return _mm_mul_pd(a, b); };
+constexpr auto addSd = [](__m128d a, __m128d b) { return _mm_add_sd(a, b); };
+constexpr auto mulSd = [](__m128d a, __m128d b) { return _mm_mul_sd(a, b); };
 
 __m128d widenPair(const Lum8u* p)
 {
@@ -37,20 +31,13 @@ void kernel(const Lum32f* pSrc, Lum32s srcStep, LumSize roi, Lum64f* m)
         const __m128d two = _mm_set1_pd(2);
         size_t i = 0;
         for (; width - i >= 4; i += 4) {
-            addPair(widenPair(row + 4 * i), x, s);
+            moments::accumulate(s, widenPair(row + 4 * i), x, addPd, mulPd);
             x = _mm_add_pd(x, two);
-            addPair(widenPair(row + 4 * i + 8), x, s);
+            moments::accumulate(s, widenPair(row + 4 * i + 8), x, addPd, mulPd);
             x = _mm_add_pd(x, two);
         }
         for (; i < width; ++i) {
-            const __m128d f = _mm_set_sd(moments::pixelAt(row, i));
-            s[0] = _mm_add_sd(s[0], f);
-            __m128d t = _mm_mul_sd(f, x);
-            s[1] = _mm_add_sd(s[1], t);
-            t = _mm_mul_sd(t, x);
-            s[2] = _mm_add_sd(s[2], t);
-            t = _mm_mul_sd(t, x);
-            s[3] = _mm_add_sd(s[3], t);
+            moments::accumulate(s, _mm_set_sd(moments::pixelAt(row, i)), x, addSd, mulSd);
             x = _mm_add_sd(x, _mm_set_sd(1));
         }
         Lum64f sum[4];

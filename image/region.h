@@ -105,9 +105,12 @@ static inline void planarToPixels(const Lum8u* const* pSrc, Lum32s srcStep, Lum8
     }
 }
 
-// Three bytes of every pixel into four-byte pixels whose fourth byte stays; no merging.
-static inline void copyAlphaKept(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)
+// Three bytes of every pixel into four-byte pixels whose fourth byte stays; no merging. Every
+// tier's whole lumiCopy_8u_C3AC4R.
+static inline LumStatus copyAlphaKept(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)
 {
+    const LumStatus status = checkRegionArgs(roi, pSrc, pDst);
+    if (status != lumStsNoErr) return status;
     for (int64_t r = 0; r < roi.height; ++r) {
         const Lum8u* s = rowAt(pSrc, srcStep, r);
         Lum8u* d = rowAt(pDst, dstStep, r);
@@ -117,15 +120,36 @@ static inline void copyAlphaKept(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst,
             d[2] = s[2];
         }
     }
+    return status;
 }
 
 // `value` at every fourth byte of each row, starting at pDst, which addresses the channel to set.
-static inline void setChannel(Lum8u value, Lum8u* pDst, Lum32s dstStep, LumSize roi)
+// Every tier's whole lumiSet_8u_C4CR.
+static inline LumStatus setChannel(Lum8u value, Lum8u* pDst, Lum32s dstStep, LumSize roi)
 {
+    const LumStatus status = checkSetArgs(pDst, dstStep, roi);
+    if (status != lumStsNoErr) return status;
     for (int64_t r = 0; r < roi.height; ++r) {
         Lum8u* d = rowAt(pDst, dstStep, r);
         for (int64_t c = 0; c < roi.width; ++c) d[4 * c] = value;
     }
+    return status;
 }
 
 }  // namespace lum
+
+// Defines the three interleaved copy exports in the including tier's namespace, over the tier's
+// template copyInterleaved<Channels>(pSrc, srcStep, pDst, dstStep, roi).
+#define LUM_INTERLEAVED_COPY_EXPORTS                                                                      \
+    LumStatus lumiCopy_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi) \
+    {                                                                                                     \
+        return copyInterleaved<1>(pSrc, srcStep, pDst, dstStep, roi);                                     \
+    }                                                                                                     \
+    LumStatus lumiCopy_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi) \
+    {                                                                                                     \
+        return copyInterleaved<3>(pSrc, srcStep, pDst, dstStep, roi);                                     \
+    }                                                                                                     \
+    LumStatus lumiCopy_8u_C4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi) \
+    {                                                                                                     \
+        return copyInterleaved<4>(pSrc, srcStep, pDst, dstStep, roi);                                     \
+    }
