@@ -26,14 +26,14 @@ const decltype(&lumiYUV420ToBGR_8u_P3C3R) kToBgr[4] = {lum::px::lumiYUV420ToBGR_
 
 // One I420 buffer: the Y plane, then U and V of a quarter each, as OpenCV's I420 layout has them.
 struct I420 {
-    cv::Mat all{kHeight * 3 / 2, kWidth, CV_8UC1};
+    cv::Mat all = cv::Mat(kHeight * 3 / 2, kWidth, CV_8UC1);
     Lum8u* planes[3] = {all.data, all.data + kPixels, all.data + kPixels + kPixels / 4};
     Lum32s steps[3] = {kWidth, kWidth / 2, kWidth / 2};
 };
 
 struct Images {
-    cv::Mat rgb{kHeight, kWidth, CV_8UC3};
-    cv::Mat bgr{kHeight, kWidth, CV_8UC3};
+    cv::Mat rgb = cv::Mat(kHeight, kWidth, CV_8UC3);
+    cv::Mat bgr = cv::Mat(kHeight, kWidth, CV_8UC3);
     I420 yuv;
     Images()
     {

@@ -12,7 +12,7 @@ struct Tier {};
 
 LumStatus lumiMoments64f_32f_C1R(const Lum32f* pSrc, Lum32s srcStep, LumSize roiSize, LumMomentRecord* pState)
 {
-    // The record may be null or foreign here: fill() checks it before the kernel runs.
+    // fill() has checked the record by the time the kernel reads its hint.
     return moments::fill(pSrc, srcStep, roiSize, pState,
                          [pState](const Lum32f* s, Lum32s step, LumSize roi, Lum64f* m) {
                              if (pState->hint == moments::kAccurateHint)

@@ -18,11 +18,11 @@ inline constexpr auto addPs = [](__m128 a, __m128 b) { return _mm_add_ps(a, b); 
 template <typename Tier>
 inline constexpr auto mulPs = [](__m128 a, __m128 b) { return _mm_mul_ps(a, b); };
 
-// One pixel into lane 0 of the sums; x grows by 1 in every lane.
+// One pixel into lane 0 of the sums, from any address; x grows by 1 in every lane.
 template <typename Tier>
 [[gnu::always_inline]] inline void addSingle(const Lum8u* p, __m128 (&s)[4], __m128& x)
 {
-    moments::accumulate(s, _mm_load_ss(reinterpret_cast<const float*>(p)), x, addSs<Tier>, mulSs<Tier>);
+    moments::accumulate(s, _mm_set_ss(moments::pixelAt(p, 0)), x, addSs<Tier>, mulSs<Tier>);
     x = _mm_add_ps(x, _mm_set1_ps(1.0f));
 }
 
