@@ -16,6 +16,7 @@ namespace {
 
 constexpr int kWidth = 1920, kHeight = 1080;
 constexpr LumSize kRoi = {kWidth, kHeight};
+constexpr size_t kPixels = size_t(kWidth) * kHeight;
 constexpr const char* kTiers[4] = {"px", "a6", "w7", "t7"};
 
 // The variants of one export, by slot, so that the benchmark calls the tier's code directly.
@@ -59,32 +60,31 @@ void registerCopies()
     static cv::Mat d1(kHeight, kWidth, CV_8UC1), d3(kHeight, kWidth, CV_8UC3);
     static const cv::Mat planes[3] = {randomImage(CV_8UC1), randomImage(CV_8UC1), randomImage(CV_8UC1)};
     static const Lum8u* planePointers[3] = {planes[0].data, planes[1].data, planes[2].data};
-    const size_t b1 = size_t(kWidth) * kHeight, b3 = 3 * b1;
     for (int t = 0; t < 4; ++t) {
-        benchmark::RegisterBenchmark(("Copy/C1/" + std::string(kTiers[t])).c_str(), [t, b1](benchmark::State& s) {
-            run(s, b1, [t] { kCopyC1[t](c1.data, kWidth, d1.data, kWidth, kRoi); });
+        benchmark::RegisterBenchmark(("Copy/C1/" + std::string(kTiers[t])).c_str(), [t](benchmark::State& s) {
+            run(s, kPixels, [t] { kCopyC1[t](c1.data, kWidth, d1.data, kWidth, kRoi); });
         });
     }
-    benchmark::RegisterBenchmark("Copy/C1/opencv-copyTo", [b1](benchmark::State& s) { run(s, b1, [] { c1.copyTo(d1); }); });
-    benchmark::RegisterBenchmark("Copy/C1/libyuv-CopyPlane", [b1](benchmark::State& s) {
-        run(s, b1, [] { libyuv::CopyPlane(c1.data, kWidth, d1.data, kWidth, kWidth, kHeight); });
+    benchmark::RegisterBenchmark("Copy/C1/opencv-copyTo", [](benchmark::State& s) { run(s, kPixels, [] { c1.copyTo(d1); }); });
+    benchmark::RegisterBenchmark("Copy/C1/libyuv-CopyPlane", [](benchmark::State& s) {
+        run(s, kPixels, [] { libyuv::CopyPlane(c1.data, kWidth, d1.data, kWidth, kWidth, kHeight); });
     });
     for (int t = 0; t < 4; ++t) {
-        benchmark::RegisterBenchmark(("Copy/C3/" + std::string(kTiers[t])).c_str(), [t, b3](benchmark::State& s) {
-            run(s, b3, [t] { kCopyC3[t](c3.data, 3 * kWidth, d3.data, 3 * kWidth, kRoi); });
+        benchmark::RegisterBenchmark(("Copy/C3/" + std::string(kTiers[t])).c_str(), [t](benchmark::State& s) {
+            run(s, 3 * kPixels, [t] { kCopyC3[t](c3.data, 3 * kWidth, d3.data, 3 * kWidth, kRoi); });
         });
     }
-    benchmark::RegisterBenchmark("Copy/C3/opencv-copyTo", [b3](benchmark::State& s) { run(s, b3, [] { c3.copyTo(d3); }); });
+    benchmark::RegisterBenchmark("Copy/C3/opencv-copyTo", [](benchmark::State& s) { run(s, 3 * kPixels, [] { c3.copyTo(d3); }); });
     for (int t = 0; t < 4; ++t) {
-        benchmark::RegisterBenchmark(("Copy/P3C3/" + std::string(kTiers[t])).c_str(), [t, b3](benchmark::State& s) {
-            run(s, b3, [t] { kCopyP3C3[t](planePointers, kWidth, d3.data, 3 * kWidth, kRoi); });
+        benchmark::RegisterBenchmark(("Copy/P3C3/" + std::string(kTiers[t])).c_str(), [t](benchmark::State& s) {
+            run(s, 3 * kPixels, [t] { kCopyP3C3[t](planePointers, kWidth, d3.data, 3 * kWidth, kRoi); });
         });
     }
-    benchmark::RegisterBenchmark("Copy/P3C3/opencv-merge", [b3](benchmark::State& s) {
-        run(s, b3, [] { cv::merge(planes, 3, d3); });
+    benchmark::RegisterBenchmark("Copy/P3C3/opencv-merge", [](benchmark::State& s) {
+        run(s, 3 * kPixels, [] { cv::merge(planes, 3, d3); });
     });
-    benchmark::RegisterBenchmark("Copy/P3C3/libyuv-MergeRGBPlane", [b3](benchmark::State& s) {
-        run(s, b3, [] {
+    benchmark::RegisterBenchmark("Copy/P3C3/libyuv-MergeRGBPlane", [](benchmark::State& s) {
+        run(s, 3 * kPixels, [] {
             libyuv::MergeRGBPlane(planes[0].data, kWidth, planes[1].data, kWidth, planes[2].data, kWidth, d3.data,
                                   3 * kWidth, kWidth, kHeight);
         });
@@ -145,22 +145,21 @@ void registerMoments()
         cv::randu(m, 0.0, 255.0);
         return m;
     }();
-    const size_t pixels = size_t(kWidth) * kHeight;
     for (int t = 0; t < 4; ++t) {
-        benchmark::RegisterBenchmark(("Moments/" + std::string(kTiers[t])).c_str(), [t, pixels](benchmark::State& s) {
+        benchmark::RegisterBenchmark(("Moments/" + std::string(kTiers[t])).c_str(), [t](benchmark::State& s) {
             LumMomentRecord* record = nullptr;
             lum::px::lumiMomentInitAlloc_64f(&record, 0);
             for (auto _ : s) {
                 kMoments[t](image.ptr<float>(), Lum32s(image.step), kRoi, record);
                 benchmark::ClobberMemory();
             }
-            s.SetItemsProcessed(int64_t(s.iterations()) * int64_t(pixels));
+            s.SetItemsProcessed(int64_t(s.iterations()) * int64_t(kPixels));
             lum::px::lumiMomentFree_64f(record);
         });
     }
-    benchmark::RegisterBenchmark("Moments/opencv-moments", [pixels](benchmark::State& s) {
+    benchmark::RegisterBenchmark("Moments/opencv-moments", [](benchmark::State& s) {
         for (auto _ : s) benchmark::DoNotOptimize(cv::moments(image, false));
-        s.SetItemsProcessed(int64_t(s.iterations()) * int64_t(pixels));
+        s.SetItemsProcessed(int64_t(s.iterations()) * int64_t(kPixels));
     });
 }
 
