@@ -20,8 +20,14 @@ constexpr size_t kPixels = size_t(kWidth) * kHeight;
 constexpr const char* kTiers[4] = {"px", "a6", "w7", "t7"};
 
 // The variants of one export, by slot, so that the benchmark calls the tier's code directly.
-#define LUM_TIER_VARIANTS(name) {lum::px::name, lum::a6::name, lum::w7::name, lum::t7::name}
-#define LUM_SHARED_A6_VARIANTS(name) {lum::px::name, lum::px::name, lum::w7::name, lum::t7::name}
+#define LUM_TIER_VARIANTS(name)                                    \
+    {                                                              \
+        lum::px::name, lum::a6::name, lum::w7::name, lum::t7::name \
+    }
+#define LUM_SHARED_A6_VARIANTS(name)                               \
+    {                                                              \
+        lum::px::name, lum::px::name, lum::w7::name, lum::t7::name \
+    }
 
 using CopyFn = decltype(&lumiCopy_8u_C1R);
 using PlanarFn = decltype(&lumiCopy_8u_P3C3R);
@@ -65,7 +71,8 @@ void registerCopies()
             run(s, kPixels, [t] { kCopyC1[t](c1.data, kWidth, d1.data, kWidth, kRoi); });
         });
     }
-    benchmark::RegisterBenchmark("Copy/C1/opencv-copyTo", [](benchmark::State& s) { run(s, kPixels, [] { c1.copyTo(d1); }); });
+    benchmark::RegisterBenchmark("Copy/C1/opencv-copyTo",
+                                 [](benchmark::State& s) { run(s, kPixels, [] { c1.copyTo(d1); }); });
     benchmark::RegisterBenchmark("Copy/C1/libyuv-CopyPlane", [](benchmark::State& s) {
         run(s, kPixels, [] { libyuv::CopyPlane(c1.data, kWidth, d1.data, kWidth, kWidth, kHeight); });
     });
@@ -74,19 +81,21 @@ void registerCopies()
             run(s, 3 * kPixels, [t] { kCopyC3[t](c3.data, 3 * kWidth, d3.data, 3 * kWidth, kRoi); });
         });
     }
-    benchmark::RegisterBenchmark("Copy/C3/opencv-copyTo", [](benchmark::State& s) { run(s, 3 * kPixels, [] { c3.copyTo(d3); }); });
+    benchmark::RegisterBenchmark("Copy/C3/opencv-copyTo",
+                                 [](benchmark::State& s) { run(s, 3 * kPixels, [] { c3.copyTo(d3); }); });
     for (int t = 0; t < 4; ++t) {
-        benchmark::RegisterBenchmark(("Copy/P3C3/" + std::string(kTiers[t])).c_str(), [t](benchmark::State& s) {
-            run(s, 3 * kPixels, [t] { kCopyP3C3[t](planePointers, kWidth, d3.data, 3 * kWidth, kRoi); });
-        });
+        benchmark::RegisterBenchmark(
+            ("Copy/P3C3/" + std::string(kTiers[t])).c_str(), [t](benchmark::State& s) {
+                run(s, 3 * kPixels, [t] { kCopyP3C3[t](planePointers, kWidth, d3.data, 3 * kWidth, kRoi); });
+            });
     }
     benchmark::RegisterBenchmark("Copy/P3C3/opencv-merge", [](benchmark::State& s) {
         run(s, 3 * kPixels, [] { cv::merge(planes, 3, d3); });
     });
     benchmark::RegisterBenchmark("Copy/P3C3/libyuv-MergeRGBPlane", [](benchmark::State& s) {
         run(s, 3 * kPixels, [] {
-            libyuv::MergeRGBPlane(planes[0].data, kWidth, planes[1].data, kWidth, planes[2].data, kWidth, d3.data,
-                                  3 * kWidth, kWidth, kHeight);
+            libyuv::MergeRGBPlane(planes[0].data, kWidth, planes[1].data, kWidth, planes[2].data, kWidth,
+                                  d3.data, 3 * kWidth, kWidth, kHeight);
         });
     });
 }
@@ -110,11 +119,12 @@ void registerMirrors()
                     cv::Mat& dst = ch == 1 ? d1 : d3;
                     run(s, bytes, [&] { f(src.data, step, dst.data, step, kRoi, flip); });
                 });
-                benchmark::RegisterBenchmark((base + "inplace/" + kTiers[t]).c_str(), [=](benchmark::State& s) {
-                    const MirrorInPlaceFn f = ch == 1 ? kMirrorC1I[t] : kMirrorC3I[t];
-                    cv::Mat& img = ch == 1 ? i1 : i3;
-                    run(s, bytes, [&] { f(img.data, step, kRoi, flip); });
-                });
+                benchmark::RegisterBenchmark(
+                    (base + "inplace/" + kTiers[t]).c_str(), [=](benchmark::State& s) {
+                        const MirrorInPlaceFn f = ch == 1 ? kMirrorC1I[t] : kMirrorC3I[t];
+                        cv::Mat& img = ch == 1 ? i1 : i3;
+                        run(s, bytes, [&] { f(img.data, step, kRoi, flip); });
+                    });
             }
             const int code = cvCodes[flip];
             benchmark::RegisterBenchmark((base + "opencv-flip").c_str(), [=](benchmark::State& s) {

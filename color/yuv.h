@@ -14,7 +14,8 @@ namespace lum::yuv {
 // ---- Checks
 
 // The RGB to YUV conversions and YUV 4:2:0 to BGR: pointers, size, then every plane.
-static inline LumStatus checkPlanesLast(const void* pSrc, const void* pDst, const Lum8u* const* planes, LumSize roi)
+static inline LumStatus checkPlanesLast(const void* pSrc, const void* pDst, const Lum8u* const* planes,
+                                        LumSize roi)
 {
     if (pSrc == nullptr || pDst == nullptr) return lumStsNullPointer;
     if (roi.width < 1 || roi.height < 1) return lumStsBadSize;
@@ -51,8 +52,8 @@ static inline int32_t lumaSum(const Lum8u* rgb) { return 19595 * rgb[0] + 38470 
 
 // Y of `count` pixels, and U and V of their sums with the rounding bias and the shift of their
 // position: U wraps to a byte (it cannot leave the byte's range), V is clamped.
-static inline void pxBlock(const Lum8u* const* rgb, Lum8u* const* ys, int count, int32_t bias, int shift, Lum8u* u,
-                           Lum8u* v)
+static inline void pxBlock(const Lum8u* const* rgb, Lum8u* const* ys, int count, int32_t bias, int shift,
+                           Lum8u* u, Lum8u* v)
 {
     int32_t sb = 0, sr = 0, sq = 0;
     for (int k = 0; k < count; ++k) {
@@ -79,8 +80,14 @@ static inline void pxBgr(int32_t y, int32_t u, int32_t v, Lum8u* bgr)
 
 // Luma with one fractional bit; the vector passes shift the two partial products separately, the
 // 4:2:0 left-over pairs shift the whole sum once.
-static inline int32_t luma1TwoShifts(const Lum8u* rgb) { return ((9798 * rgb[0] + 19235 * rgb[1]) >> 14) + ((3736 * rgb[2]) >> 14); }
-static inline int32_t luma1OneShift(const Lum8u* rgb) { return (9798 * rgb[0] + 19235 * rgb[1] + 3736 * rgb[2]) >> 14; }
+static inline int32_t luma1TwoShifts(const Lum8u* rgb)
+{
+    return ((9798 * rgb[0] + 19235 * rgb[1]) >> 14) + ((3736 * rgb[2]) >> 14);
+}
+static inline int32_t luma1OneShift(const Lum8u* rgb)
+{
+    return (9798 * rgb[0] + 19235 * rgb[1] + 3736 * rgb[2]) >> 14;
+}
 
 static inline Lum8u chromaU(int32_t db) { return sat8u(((db * 16121) >> 16) + 128); }
 static inline Lum8u chromaV(int32_t dr) { return sat8u(((dr * 28737) >> 16) + 128); }
@@ -127,7 +134,8 @@ static inline void vectorLast422(const Lum8u* s, Lum8u* y, Lum8u* u, Lum8u* v)
 // saturating additions, halved and clamped.
 static inline void vectorBgr(int32_t y, int32_t uByte, int32_t vByte, Lum8u* bgr)
 {
-    const Lum16s u1 = sat16(16 * uByte - 2048), v1 = sat16(16 * vByte - 2048), y2 = static_cast<Lum16s>(2 * y);
+    const Lum16s u1 = sat16(16 * uByte - 2048), v1 = sat16(16 * vByte - 2048),
+                 y2 = static_cast<Lum16s>(2 * y);
     bgr[0] = sat8u(sadd(y2, mulh(u1, 16646)) >> 1);
     bgr[1] = sat8u(sadd(sadd(y2, mulh(u1, -3228)), mulh(v1, -4760)) >> 1);
     bgr[2] = sat8u(sadd(y2, mulh(v1, 9339)) >> 1);
@@ -146,8 +154,8 @@ static inline void pxEdge420(const Lum8u* a, const Lum8u* b, Lum8u* ya, Lum8u* y
 // RGB to YUV 4:2:0: every pair of rows through `pairRows(s0, s1, y0, y1, u, v, pairs)` and its odd
 // last column; then an odd last row in pairs of columns and the corner.
 template <typename PairRows>
-static inline void rgbToYuv420(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3], const Lum32s dstStep[3],
-                               LumSize roi, PairRows pairRows)
+static inline void rgbToYuv420(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],
+                               const Lum32s dstStep[3], LumSize roi, PairRows pairRows)
 {
     const int64_t w = roi.width, h = roi.height;
     const size_t pairs = size_t(w / 2);
@@ -163,21 +171,23 @@ static inline void rgbToYuv420(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const p
     const Lum8u* s = rowAt(pSrc, srcStep, h - 1);
     Lum8u* y = rowAt(pDst[0], dstStep[0], h - 1);
     Lum8u *u = rowAt(pDst[1], dstStep[1], h / 2), *v = rowAt(pDst[2], dstStep[2], h / 2);
-    for (size_t c = 0; c < pairs; ++c) pxEdge420(s + 6 * c, s + 6 * c + 3, y + 2 * c, y + 2 * c + 1, u + c, v + c);
+    for (size_t c = 0; c < pairs; ++c)
+        pxEdge420(s + 6 * c, s + 6 * c + 3, y + 2 * c, y + 2 * c + 1, u + c, v + c);
     if (w & 1) pxEdge420(s + last, nullptr, y + w - 1, nullptr, u + pairs, v + pairs);
 }
 
 // RGB to YUV 4:2:2: every row through `row(s, y, u, v, pairs)`, and with an odd width its last
 // pixel through `lastPixel(s, y, u, v)`.
 template <typename Row, typename LastPixel>
-static inline void rgbToYuv422(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3], const Lum32s dstStep[3],
-                               LumSize roi, Row row, LastPixel lastPixel)
+static inline void rgbToYuv422(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],
+                               const Lum32s dstStep[3], LumSize roi, Row row, LastPixel lastPixel)
 {
     const int64_t w = roi.width;
     const size_t pairs = size_t(w / 2);
     for (int64_t r = 0; r < roi.height; ++r) {
         const Lum8u* s = rowAt(pSrc, srcStep, r);
-        Lum8u *y = rowAt(pDst[0], dstStep[0], r), *u = rowAt(pDst[1], dstStep[1], r), *v = rowAt(pDst[2], dstStep[2], r);
+        Lum8u *y = rowAt(pDst[0], dstStep[0], r), *u = rowAt(pDst[1], dstStep[1], r),
+              *v = rowAt(pDst[2], dstStep[2], r);
         row(s, y, u, v, pairs);
         if (w & 1) lastPixel(s + 3 * (w - 1), y + w - 1, u + pairs, v + pairs);
     }
@@ -214,8 +224,8 @@ static inline void pxPairRows420(const Lum8u* s0, const Lum8u* s1, Lum8u* y0, Lu
 // YUV 4:2:0 to BGR: pairs of rows through `pairRows(y0, y1, u, v, d0, d1, pairs)`; the odd last
 // column, the odd last row and the corner by the px formulas.
 template <typename PairRows>
-static inline void yuv420ToBgr(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst, Lum32s dstStep,
-                               LumSize roi, PairRows pairRows)
+static inline void yuv420ToBgr(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst,
+                               Lum32s dstStep, LumSize roi, PairRows pairRows)
 {
     const int64_t w = roi.width, h = roi.height;
     const size_t pairs = size_t(w / 2);
@@ -254,19 +264,19 @@ static inline void pxPairRowsBgr(const Lum8u* y0, const Lum8u* y1, const Lum8u* 
 // Packed 4:2:2 (Y0 Cb Y1 Cr) to planar 4:2:0: even width and height; both rows' luma, the upper
 // row's chroma. `rows(s0, s1, y0, y1, cb, cr, pairs)` does a pair of rows.
 template <typename Rows>
-static inline void ycbcr422To420(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3], const Lum32s dstStep[3],
-                                 LumSize roi, Rows rows)
+static inline void ycbcr422To420(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],
+                                 const Lum32s dstStep[3], LumSize roi, Rows rows)
 {
     const int64_t h = roi.height & ~1;
     const size_t pairs = size_t(roi.width / 2);
     for (int64_t r = 0; r < h; r += 2)
         rows(rowAt(pSrc, srcStep, r), rowAt(pSrc, srcStep, r + 1), rowAt(pDst[0], dstStep[0], r),
-             rowAt(pDst[0], dstStep[0], r + 1), rowAt(pDst[1], dstStep[1], r / 2), rowAt(pDst[2], dstStep[2], r / 2),
-             pairs);
+             rowAt(pDst[0], dstStep[0], r + 1), rowAt(pDst[1], dstStep[1], r / 2),
+             rowAt(pDst[2], dstStep[2], r / 2), pairs);
 }
 
-static inline void scalarRows422To420(const Lum8u* s0, const Lum8u* s1, Lum8u* y0, Lum8u* y1, Lum8u* cb, Lum8u* cr,
-                                      size_t pairs)
+static inline void scalarRows422To420(const Lum8u* s0, const Lum8u* s1, Lum8u* y0, Lum8u* y1, Lum8u* cb,
+                                      Lum8u* cr, size_t pairs)
 {
     for (size_t c = 0; c < pairs; ++c) {
         y0[2 * c] = s0[4 * c];
@@ -281,14 +291,14 @@ static inline void scalarRows422To420(const Lum8u* s0, const Lum8u* s1, Lum8u* y
 // Planar 4:2:0 with the planes Y, Cr, Cb to packed 4:2:2 (Y0 Cb Y1 Cr): even width and height, each
 // chroma row serving two output rows. `row(y, cb, cr, d, pairs)` does one output row.
 template <typename Row>
-static inline void ycrcb420To422(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst, Lum32s dstStep,
-                                 LumSize roi, Row row)
+static inline void ycrcb420To422(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst,
+                                 Lum32s dstStep, LumSize roi, Row row)
 {
     const int64_t h = roi.height & ~1;
     const size_t pairs = size_t(roi.width / 2);
     for (int64_t r = 0; r < h; ++r)
-        row(rowAt(pSrc[0], srcStep[0], r), rowAt(pSrc[2], srcStep[2], r / 2), rowAt(pSrc[1], srcStep[1], r / 2),
-            rowAt(pDst, dstStep, r), pairs);
+        row(rowAt(pSrc[0], srcStep[0], r), rowAt(pSrc[2], srcStep[2], r / 2),
+            rowAt(pSrc[1], srcStep[1], r / 2), rowAt(pDst, dstStep, r), pairs);
 }
 
 static inline void scalarRow420To422(const Lum8u* y, const Lum8u* cb, const Lum8u* cr, Lum8u* d, size_t pairs)

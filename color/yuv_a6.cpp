@@ -9,15 +9,18 @@ namespace {
 
 struct Tier {
     static constexpr bool kPrefetch = true;
-    static __m128i loadUnaligned(const Lum8u* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+    static __m128i loadUnaligned(const Lum8u* p)
+    {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    }
 };
 
 }  // namespace
 
 LUM_VECTOR_RGB_TO_YUV
 
-LumStatus lumiYUV420ToBGR_8u_P3C3R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst, Lum32s dstStep,
-                                   LumSize roiSize)
+LumStatus lumiYUV420ToBGR_8u_P3C3R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst,
+                                   Lum32s dstStep, LumSize roiSize)
 {
     return yuv::scalarYuv420ToBgr(pSrc, srcStep, pDst, dstStep, roiSize);
 }

@@ -171,7 +171,8 @@ void bgrRow16(const Lum8u* y, Lum8u* d, const __m128i (&blue)[2], const __m128i 
               const __m128i (&greenV)[2], const __m128i (&red)[2])
 {
     const __m128i yv = load16<Tier>(y), zero = _mm_setzero_si128();
-    const __m128i y2[2] = {_mm_slli_epi16(_mm_unpacklo_epi8(yv, zero), 1), _mm_slli_epi16(_mm_unpackhi_epi8(yv, zero), 1)};
+    const __m128i y2[2] = {_mm_slli_epi16(_mm_unpacklo_epi8(yv, zero), 1),
+                           _mm_slli_epi16(_mm_unpackhi_epi8(yv, zero), 1)};
     __m128i out[3][2];
     for (int h = 0; h < 2; ++h) {
         out[0][h] = _mm_srai_epi16(_mm_adds_epi16(y2[h], blue[h]), 1);
@@ -199,13 +200,15 @@ void chromaTerm(__m128i c1, short k, __m128i (&out)[2])
 template <typename Tier>
 __m128i chroma1(const Lum8u* p)
 {
-    const __m128i c = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
+    const __m128i c =
+        _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), _mm_setzero_si128());
     return _mm_subs_epi16(_mm_slli_epi16(c, 4), _mm_set1_epi16(2048));
 }
 
 // A pair of rows: blocks of 16 columns; the column pairs left over by the same formulas, scalar.
 template <typename Tier>
-void pairRowsBgr(const Lum8u* y0, const Lum8u* y1, const Lum8u* u, const Lum8u* v, Lum8u* d0, Lum8u* d1, size_t pairs)
+void pairRowsBgr(const Lum8u* y0, const Lum8u* y1, const Lum8u* u, const Lum8u* v, Lum8u* d0, Lum8u* d1,
+                 size_t pairs)
 {
     size_t c = 0;
     for (; pairs - c >= 8; c += 8) {
@@ -237,7 +240,9 @@ void rows422To420(const Lum8u* s0, const Lum8u* s1, Lum8u* y0, Lum8u* y1, Lum8u*
     const auto evens = [low](__m128i a, __m128i b) {
         return _mm_packus_epi16(_mm_and_si128(a, low), _mm_and_si128(b, low));
     };
-    const auto odds = [](__m128i a, __m128i b) { return _mm_packus_epi16(_mm_srli_epi16(a, 8), _mm_srli_epi16(b, 8)); };
+    const auto odds = [](__m128i a, __m128i b) {
+        return _mm_packus_epi16(_mm_srli_epi16(a, 8), _mm_srli_epi16(b, 8));
+    };
     size_t c = 0;
     for (; pairs - c >= 16; c += 16) {
         __m128i a[4], b[4];
@@ -287,7 +292,8 @@ void row420To422(const Lum8u* y, const Lum8u* cb, const Lum8u* cr, Lum8u* d, siz
 // The non-temporal kernel runs when every pointer and step is a multiple of 16 and the rows of all
 // planes together exceed 524288 bytes.
 template <typename Tier>
-bool repackStreams(const Lum8u* const pSrc[3], const Lum32s srcStep[3], const Lum8u* pDst, Lum32s dstStep, LumSize roi)
+bool repackStreams(const Lum8u* const pSrc[3], const Lum32s srcStep[3], const Lum8u* pDst, Lum32s dstStep,
+                   LumSize roi)
 {
     uintptr_t bits = reinterpret_cast<uintptr_t>(pDst) | uint32_t(dstStep);
     int64_t stepSum = dstStep;
@@ -301,52 +307,55 @@ bool repackStreams(const Lum8u* const pSrc[3], const Lum32s srcStep[3], const Lu
 }  // namespace lum::yuvvec
 
 // Defines the RGB to YUV conversions in the including tier's namespace, with its policy `Tier`.
-#define LUM_VECTOR_RGB_TO_YUV                                                                                \
-    LumStatus lumiRGBToYUV420_8u_C3P3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],             \
-                                       const Lum32s dstStep[3], LumSize roi)                                \
-    {                                                                                                        \
-        const LumStatus status = yuv::checkPlanesLast(pSrc, pDst, pDst, roi);                                \
-        if (status == lumStsNoErr) yuv::rgbToYuv420(pSrc, srcStep, pDst, dstStep, roi, yuvvec::pairRows420<Tier>); \
-        return status;                                                                                       \
-    }                                                                                                        \
-    LumStatus lumiRGBToYUV422_8u_C3P3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],             \
-                                       const Lum32s dstStep[3], LumSize roi)                                \
-    {                                                                                                        \
-        const LumStatus status = yuv::checkPlanesLast(pSrc, pDst, pDst, roi);                                \
-        if (status == lumStsNoErr)                                                                           \
-            yuv::rgbToYuv422(pSrc, srcStep, pDst, dstStep, roi, yuvvec::row422<Tier>, yuv::vectorLast422);   \
-        return status;                                                                                       \
+#define LUM_VECTOR_RGB_TO_YUV                                                                              \
+    LumStatus lumiRGBToYUV420_8u_C3P3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],            \
+                                       const Lum32s dstStep[3], LumSize roi)                               \
+    {                                                                                                      \
+        const LumStatus status = yuv::checkPlanesLast(pSrc, pDst, pDst, roi);                              \
+        if (status == lumStsNoErr)                                                                         \
+            yuv::rgbToYuv420(pSrc, srcStep, pDst, dstStep, roi, yuvvec::pairRows420<Tier>);                \
+        return status;                                                                                     \
+    }                                                                                                      \
+    LumStatus lumiRGBToYUV422_8u_C3P3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],            \
+                                       const Lum32s dstStep[3], LumSize roi)                               \
+    {                                                                                                      \
+        const LumStatus status = yuv::checkPlanesLast(pSrc, pDst, pDst, roi);                              \
+        if (status == lumStsNoErr)                                                                         \
+            yuv::rgbToYuv422(pSrc, srcStep, pDst, dstStep, roi, yuvvec::row422<Tier>, yuv::vectorLast422); \
+        return status;                                                                                     \
     }
 
 // Defines the other three conversions of w7 and t7.
-#define LUM_VECTOR_YUV_OTHERS                                                                                \
-    LumStatus lumiYUV420ToBGR_8u_P3C3R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst,    \
-                                       Lum32s dstStep, LumSize roi)                                          \
-    {                                                                                                        \
-        const LumStatus status = yuv::checkPlanesLast(pSrc, pDst, pSrc, roi);                                \
-        if (status == lumStsNoErr) yuv::yuv420ToBgr(pSrc, srcStep, pDst, dstStep, roi, yuvvec::pairRowsBgr<Tier>); \
-        return status;                                                                                       \
-    }                                                                                                        \
-    LumStatus lumiYCbCr422ToYCbCr420_8u_C2P3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],      \
-                                              const Lum32s dstStep[3], LumSize roi)                         \
-    {                                                                                                        \
-        const LumStatus status = yuv::checkRepackToPlanes(pSrc, pDst, roi);                                  \
-        if (status == lumStsNoErr)                                                                           \
-            yuv::ycbcr422To420(pSrc, srcStep, pDst, dstStep, roi,                                            \
-                               [](const Lum8u* s0, const Lum8u* s1, Lum8u* y0, Lum8u* y1, Lum8u* cb, Lum8u* cr, \
-                                  size_t pairs) { yuvvec::rows422To420<Tier>(s0, s1, y0, y1, cb, cr, pairs, false); }); \
-        return status;                                                                                       \
-    }                                                                                                        \
-    LumStatus lumiYCrCb420ToYCbCr422_8u_P3C2R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst, \
-                                              Lum32s dstStep, LumSize roi)                                   \
-    {                                                                                                        \
-        const LumStatus status = yuv::checkRepackToPacked(pSrc, pDst, roi);                                  \
-        if (status != lumStsNoErr) return status;                                                            \
-        if (yuvvec::repackStreams<Tier>(pSrc, srcStep, pDst, dstStep, roi)) {                                \
-            yuv::ycrcb420To422(pSrc, srcStep, pDst, dstStep, roi, yuvvec::row420To422<Tier, true>);         \
-            _mm_sfence();                                                                                    \
-        } else {                                                                                             \
-            yuv::ycrcb420To422(pSrc, srcStep, pDst, dstStep, roi, yuvvec::row420To422<Tier, false>);        \
-        }                                                                                                    \
-        return status;                                                                                       \
+#define LUM_VECTOR_YUV_OTHERS                                                                            \
+    LumStatus lumiYUV420ToBGR_8u_P3C3R(const Lum8u* const pSrc[3], const Lum32s srcStep[3], Lum8u* pDst, \
+                                       Lum32s dstStep, LumSize roi)                                      \
+    {                                                                                                    \
+        const LumStatus status = yuv::checkPlanesLast(pSrc, pDst, pSrc, roi);                            \
+        if (status == lumStsNoErr)                                                                       \
+            yuv::yuv420ToBgr(pSrc, srcStep, pDst, dstStep, roi, yuvvec::pairRowsBgr<Tier>);              \
+        return status;                                                                                   \
+    }                                                                                                    \
+    LumStatus lumiYCbCr422ToYCbCr420_8u_C2P3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* const pDst[3],   \
+                                              const Lum32s dstStep[3], LumSize roi)                      \
+    {                                                                                                    \
+        const LumStatus status = yuv::checkRepackToPlanes(pSrc, pDst, roi);                              \
+        if (status == lumStsNoErr)                                                                       \
+            yuv::ycbcr422To420(                                                                          \
+                pSrc, srcStep, pDst, dstStep, roi,                                                       \
+                [](const Lum8u* s0, const Lum8u* s1, Lum8u* y0, Lum8u* y1, Lum8u* cb, Lum8u* cr,         \
+                   size_t pairs) { yuvvec::rows422To420<Tier>(s0, s1, y0, y1, cb, cr, pairs, false); }); \
+        return status;                                                                                   \
+    }                                                                                                    \
+    LumStatus lumiYCrCb420ToYCbCr422_8u_P3C2R(const Lum8u* const pSrc[3], const Lum32s srcStep[3],       \
+                                              Lum8u* pDst, Lum32s dstStep, LumSize roi)                  \
+    {                                                                                                    \
+        const LumStatus status = yuv::checkRepackToPacked(pSrc, pDst, roi);                              \
+        if (status != lumStsNoErr) return status;                                                        \
+        if (yuvvec::repackStreams<Tier>(pSrc, srcStep, pDst, dstStep, roi)) {                            \
+            yuv::ycrcb420To422(pSrc, srcStep, pDst, dstStep, roi, yuvvec::row420To422<Tier, true>);      \
+            _mm_sfence();                                                                                \
+        } else {                                                                                         \
+            yuv::ycrcb420To422(pSrc, srcStep, pDst, dstStep, roi, yuvvec::row420To422<Tier, false>);     \
+        }                                                                                                \
+        return status;                                                                                   \
     }

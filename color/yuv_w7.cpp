@@ -7,7 +7,10 @@ namespace {
 
 struct Tier {
     static constexpr bool kPrefetch = false;
-    static __m128i loadUnaligned(const Lum8u* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+    static __m128i loadUnaligned(const Lum8u* p)
+    {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    }
 };
 
 }  // namespace

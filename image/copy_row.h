@@ -22,7 +22,8 @@ inline constexpr uint64_t kMirrorStreamAbove = 131000;
 // destination by 16 to 320 bytes modulo 65536, where its loads would hit lines just streamed out.
 static inline bool copyRowGoesNonTemporal(const void* pSrc, const void* pDst)
 {
-    const uintptr_t d = (reinterpret_cast<uintptr_t>(pSrc) - (reinterpret_cast<uintptr_t>(pDst) & 0xFFFF)) & 0xFFFF;
+    const uintptr_t d =
+        (reinterpret_cast<uintptr_t>(pSrc) - (reinterpret_cast<uintptr_t>(pDst) & 0xFFFF)) & 0xFFFF;
     return d == 0 || d < 0xFEC0 || d > 0xFFF0;
 }
 

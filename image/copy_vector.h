@@ -38,7 +38,8 @@ template <typename Tier>
 void streamPasses(const Lum8u*& s, Lum8u*& d, size_t& len)
 {
     for (; len >= 64; advance<Tier>(s, d, len, 64))
-        for (size_t i = 0; i < 64; i += 16) _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), halvesLoad<Tier>(s + i));
+        for (size_t i = 0; i < 64; i += 16)
+            _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), halvesLoad<Tier>(s + i));
     _mm_sfence();
 }
 
@@ -140,8 +141,10 @@ void planar4Row(const Lum8u* const* planes, Lum8u* d, size_t width, bool stream)
     size_t i = 0;
     if ((address<Tier>(d) & 15) == 0) {
         for (; i + 8 <= width; i += 8) {
-            const __m128i c01 = _mm_unpacklo_epi8(planeLoad8<Tier>(planes[0] + i), planeLoad8<Tier>(planes[1] + i));
-            const __m128i c23 = _mm_unpacklo_epi8(planeLoad8<Tier>(planes[2] + i), planeLoad8<Tier>(planes[3] + i));
+            const __m128i c01 =
+                _mm_unpacklo_epi8(planeLoad8<Tier>(planes[0] + i), planeLoad8<Tier>(planes[1] + i));
+            const __m128i c23 =
+                _mm_unpacklo_epi8(planeLoad8<Tier>(planes[2] + i), planeLoad8<Tier>(planes[3] + i));
             auto* q = reinterpret_cast<__m128i*>(d + 4 * i);
             if (stream) {
                 _mm_stream_si128(q, _mm_unpacklo_epi16(c01, c23));
@@ -177,35 +180,35 @@ LumStatus copyPlanar(const Lum8u* const* pSrc, Lum32s srcStep, Lum8u* pDst, Lum3
 
 // Defines in the including tier's namespace the w7 and t7 region copies and fill; the tier supplies
 // its tag `Tier`.
-#define LUM_VECTOR_REGION_FAMILY                                                                             \
-    void lumCopyRow(const Lum8u* pSrc, Lum8u* pDst, size_t len, bool stream)                                \
-    {                                                                                                        \
-        regionvec::copyRow<Tier>(pSrc, pDst, len, stream);                                                   \
-    }                                                                                                        \
-    template <int Channels>                                                                                  \
-    LumStatus copyInterleaved(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)  \
-    {                                                                                                        \
-        return regionvec::copyRegion<Tier, Channels>(pSrc, srcStep, pDst, dstStep, roi);                     \
-    }                                                                                                        \
-    LUM_INTERLEAVED_COPY_EXPORTS                                                                             \
-    LumStatus lumiCopy_8u_C3AC4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,            \
-                                 LumSize roi)                                                                \
-    {                                                                                                        \
-        return copyAlphaKept(pSrc, srcStep, pDst, dstStep, roi);                                             \
-    }                                                                                                        \
-    LumStatus lumiCopy_8u_P3C3R(const Lum8u* const pSrc[3], Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,    \
-                                LumSize roi)                                                                 \
-    {                                                                                                        \
-        return regionvec::copyPlanar<Tier, 3, kP3C3StreamFrom, regionvec::planar3Row<Tier>>(                 \
-            pSrc, srcStep, pDst, dstStep, roi);                                                              \
-    }                                                                                                        \
-    LumStatus lumiCopy_8u_P4C4R(const Lum8u* const pSrc[4], Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,    \
-                                LumSize roi)                                                                 \
-    {                                                                                                        \
-        return regionvec::copyPlanar<Tier, 4, kP4C4StreamFrom, regionvec::planar4Row<Tier>>(                 \
-            pSrc, srcStep, pDst, dstStep, roi);                                                              \
-    }                                                                                                        \
-    LumStatus lumiSet_8u_C4CR(Lum8u value, Lum8u* pDst, Lum32s dstStep, LumSize roi)                        \
-    {                                                                                                        \
-        return setChannel(value, pDst, dstStep, roi);                                                        \
+#define LUM_VECTOR_REGION_FAMILY                                                                           \
+    void lumCopyRow(const Lum8u* pSrc, Lum8u* pDst, size_t len, bool stream)                               \
+    {                                                                                                      \
+        regionvec::copyRow<Tier>(pSrc, pDst, len, stream);                                                 \
+    }                                                                                                      \
+    template <int Channels>                                                                                \
+    LumStatus copyInterleaved(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi) \
+    {                                                                                                      \
+        return regionvec::copyRegion<Tier, Channels>(pSrc, srcStep, pDst, dstStep, roi);                   \
+    }                                                                                                      \
+    LUM_INTERLEAVED_COPY_EXPORTS                                                                           \
+    LumStatus lumiCopy_8u_C3AC4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,           \
+                                 LumSize roi)                                                              \
+    {                                                                                                      \
+        return copyAlphaKept(pSrc, srcStep, pDst, dstStep, roi);                                           \
+    }                                                                                                      \
+    LumStatus lumiCopy_8u_P3C3R(const Lum8u* const pSrc[3], Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,   \
+                                LumSize roi)                                                               \
+    {                                                                                                      \
+        return regionvec::copyPlanar<Tier, 3, kP3C3StreamFrom, regionvec::planar3Row<Tier>>(               \
+            pSrc, srcStep, pDst, dstStep, roi);                                                            \
+    }                                                                                                      \
+    LumStatus lumiCopy_8u_P4C4R(const Lum8u* const pSrc[4], Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,   \
+                                LumSize roi)                                                               \
+    {                                                                                                      \
+        return regionvec::copyPlanar<Tier, 4, kP4C4StreamFrom, regionvec::planar4Row<Tier>>(               \
+            pSrc, srcStep, pDst, dstStep, roi);                                                            \
+    }                                                                                                      \
+    LumStatus lumiSet_8u_C4CR(Lum8u value, Lum8u* pDst, Lum32s dstStep, LumSize roi)                       \
+    {                                                                                                      \
+        return setChannel(value, pDst, dstStep, roi);                                                      \
     }

@@ -35,7 +35,7 @@ static inline void swapBytes(Lum8u* a, Lum8u* b, size_t len)
 // The pointer setup of the flips that reverse rows: the end of the first destination row to be
 // written, and the step that walks from it; for both axes the last row, with the step negated.
 static inline std::pair<Lum8u*, Lum32s> reversedDestination(Lum8u* pDst, Lum32s dstStep, LumSize roi,
-                                                             int channels, bool both)
+                                                            int channels, bool both)
 {
     Lum8u* end = pDst + size_t(roi.width) * size_t(channels);
     if (!both) return {end, dstStep};
@@ -89,22 +89,22 @@ struct ScalarInPlace {
 // Defines the four mirror exports in the including tier's namespace, over the tier's templates
 // mirrorInto<Channels>(pSrc, srcStep, pDst, dstStep, roi, flip) and
 // mirrorInPlace<Channels>(pSrcDst, step, roi, flip).
-#define LUM_MIRROR_EXPORTS                                                                                  \
+#define LUM_MIRROR_EXPORTS                                                                                   \
     LumStatus lumiMirror_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi, \
-                                Lum32s flip)                                                                \
-    {                                                                                                       \
-        return mirrorInto<1>(pSrc, srcStep, pDst, dstStep, roi, flip);                                      \
-    }                                                                                                       \
+                                Lum32s flip)                                                                 \
+    {                                                                                                        \
+        return mirrorInto<1>(pSrc, srcStep, pDst, dstStep, roi, flip);                                       \
+    }                                                                                                        \
     LumStatus lumiMirror_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi, \
-                                Lum32s flip)                                                                \
-    {                                                                                                       \
-        return mirrorInto<3>(pSrc, srcStep, pDst, dstStep, roi, flip);                                      \
-    }                                                                                                       \
-    LumStatus lumiMirror_8u_C1IR(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                    \
-    {                                                                                                       \
-        return mirrorInPlace<1>(pSrcDst, step, roi, flip);                                                  \
-    }                                                                                                       \
-    LumStatus lumiMirror_8u_C3IR(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                    \
-    {                                                                                                       \
-        return mirrorInPlace<3>(pSrcDst, step, roi, flip);                                                  \
+                                Lum32s flip)                                                                 \
+    {                                                                                                        \
+        return mirrorInto<3>(pSrc, srcStep, pDst, dstStep, roi, flip);                                       \
+    }                                                                                                        \
+    LumStatus lumiMirror_8u_C1IR(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                      \
+    {                                                                                                        \
+        return mirrorInPlace<1>(pSrcDst, step, roi, flip);                                                   \
+    }                                                                                                        \
+    LumStatus lumiMirror_8u_C3IR(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                      \
+    {                                                                                                        \
+        return mirrorInPlace<3>(pSrcDst, step, roi, flip);                                                   \
     }

@@ -8,7 +8,10 @@ namespace lum::t7 {
 namespace {
 
 struct Tier {
-    static __m128i loadUnaligned(const Lum8u* p) { return _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p)); }
+    static __m128i loadUnaligned(const Lum8u* p)
+    {
+        return _mm_lddqu_si128(reinterpret_cast<const __m128i*>(p));
+    }
 };
 
 }  // namespace

@@ -171,13 +171,15 @@ void swapReversedC1(Lum8u* nearRow, Lum8u* farEnd, size_t count)
         store16<Tier, false>(farEnd - i - 16, reverse16<Tier>(n));
     }
     if (count - i >= 8) {
-        const uint64_t n = loadScalar<Tier, uint64_t>(nearRow + i), f = loadScalar<Tier, uint64_t>(farEnd - i - 8);
+        const uint64_t n = loadScalar<Tier, uint64_t>(nearRow + i),
+                       f = loadScalar<Tier, uint64_t>(farEnd - i - 8);
         storeScalar<Tier>(nearRow + i, __builtin_bswap64(f));
         storeScalar<Tier>(farEnd - i - 8, __builtin_bswap64(n));
         i += 8;
     }
     if (count - i >= 4) {
-        const uint32_t n = loadScalar<Tier, uint32_t>(nearRow + i), f = loadScalar<Tier, uint32_t>(farEnd - i - 4);
+        const uint32_t n = loadScalar<Tier, uint32_t>(nearRow + i),
+                       f = loadScalar<Tier, uint32_t>(farEnd - i - 4);
         storeScalar<Tier>(nearRow + i, __builtin_bswap32(f));
         storeScalar<Tier>(farEnd - i - 4, __builtin_bswap32(n));
         i += 4;
@@ -244,7 +246,8 @@ LumStatus mirrorInto(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstS
         reverseRows<Tier, Channels>(pSrc, srcStep, pDst, dstStep, roi, flip == 2);
         return status;
     }
-    const bool stream = Channels == 1 && uint64_t(std::llabs(srcStep)) * uint64_t(roi.height) > kMirrorStreamAbove;
+    const bool stream =
+        Channels == 1 && uint64_t(std::llabs(srcStep)) * uint64_t(roi.height) > kMirrorStreamAbove;
     const size_t rowBytes = size_t(roi.width) * Channels;
     for (int64_t r = 0; r < roi.height; ++r)
         CopyRow(rowAt(pSrc, srcStep, r), rowAt(pDst, dstStep, roi.height - 1 - r), rowBytes, stream);
@@ -265,16 +268,16 @@ LumStatus mirrorInPlace(Lum8u* p, Lum32s step, LumSize roi, Lum32s flip)
 
 // Defines the four mirrors in the including tier's namespace; the tier supplies its policy `Tier`
 // and its lumCopyRow.
-#define LUM_VECTOR_MIRROR_FAMILY                                                                            \
-    template <int Channels>                                                                                 \
+#define LUM_VECTOR_MIRROR_FAMILY                                                                           \
+    template <int Channels>                                                                                \
     LumStatus mirrorInto(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi,      \
-                         Lum32s flip)                                                                       \
-    {                                                                                                       \
+                         Lum32s flip)                                                                      \
+    {                                                                                                      \
         return mirrorvec::mirrorInto<Tier, Channels, lumCopyRow>(pSrc, srcStep, pDst, dstStep, roi, flip); \
-    }                                                                                                       \
-    template <int Channels>                                                                                 \
+    }                                                                                                      \
+    template <int Channels>                                                                                \
     LumStatus mirrorInPlace(Lum8u* pSrcDst, Lum32s step, LumSize roi, Lum32s flip)                         \
-    {                                                                                                       \
-        return mirrorvec::mirrorInPlace<Tier, Channels>(pSrcDst, step, roi, flip);                          \
-    }                                                                                                       \
+    {                                                                                                      \
+        return mirrorvec::mirrorInPlace<Tier, Channels>(pSrcDst, step, roi, flip);                         \
+    }                                                                                                      \
     LUM_MIRROR_EXPORTS

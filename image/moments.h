@@ -52,7 +52,8 @@ static inline LumStatus freeRecord(LumMomentRecord* pState)
     return lumStsNoErr;
 }
 
-static inline LumStatus checkMomentArgs(const Lum32f* pSrc, Lum32s srcStep, LumSize roi, const LumMomentRecord* pState)
+static inline LumStatus checkMomentArgs(const Lum32f* pSrc, Lum32s srcStep, LumSize roi,
+                                        const LumMomentRecord* pState)
 {
     if (pSrc == nullptr || pState == nullptr) return lumStsNullPointer;
     if (pState->tag != kTag) return lumStsContextMismatch;
@@ -112,14 +113,16 @@ static inline void scalarKernel(const Lum32f* pSrc, Lum32s srcStep, LumSize roi,
     for (int64_t y = 0; y < roi.height; ++y) {
         const Lum8u* row = rowAt(reinterpret_cast<const Lum8u*>(pSrc), srcStep, y);
         Lum64f s[4] = {0, 0, 0, 0}, x = 0;
-        for (size_t i = 0; i < size_t(roi.width); ++i, x += 1) accumulate<Lum64f>(s, pixelAt(row, i), x, add, mul);
+        for (size_t i = 0; i < size_t(roi.width); ++i, x += 1)
+            accumulate<Lum64f>(s, pixelAt(row, i), x, add, mul);
         addRowSums<Lum64f>(m, s[0], s[1], s[2], s[3], Lum64f(y));
     }
 }
 
 // Common to all tiers: checks, then every sum cleared, one channel, the tier's kernel on block 0.
 template <typename Kernel>
-static inline LumStatus fill(const Lum32f* pSrc, Lum32s srcStep, LumSize roi, LumMomentRecord* pState, Kernel kernel)
+static inline LumStatus fill(const Lum32f* pSrc, Lum32s srcStep, LumSize roi, LumMomentRecord* pState,
+                             Kernel kernel)
 {
     const LumStatus status = checkMomentArgs(pSrc, srcStep, roi, pState);
     if (status != lumStsNoErr) return status;
@@ -131,8 +134,8 @@ static inline LumStatus fill(const Lum32f* pSrc, Lum32s srcStep, LumSize roi, Lu
 
 // The moment of order (xOrder, yOrder) about `origin`, from the raw moments, terms in table order.
 // The selection 4 xOrder | yOrder, unsigned, leaves codes 7, 10, 11 and above 12 without a result.
-static inline LumStatus spatialMoment(const LumMomentRecord* pState, Lum32s xOrder, Lum32s yOrder, Lum32s channel,
-                                      LumPoint origin, Lum64f* pValue)
+static inline LumStatus spatialMoment(const LumMomentRecord* pState, Lum32s xOrder, Lum32s yOrder,
+                                      Lum32s channel, LumPoint origin, Lum64f* pValue)
 {
     if (pState == nullptr || pValue == nullptr) return lumStsNullPointer;
     if (pState->tag != kTag) return lumStsContextMismatch;
@@ -142,23 +145,40 @@ static inline LumStatus spatialMoment(const LumMomentRecord* pState, Lum32s xOrd
     const auto at = [M](int i, int j) { return M[4 * j + i]; };
     const Lum64f ox = origin.x, oy = origin.y;
     switch (uint32_t(xOrder) * 4u | uint32_t(yOrder)) {
-    case 0: *pValue = at(0, 0); break;
-    case 1: *pValue = oy * at(0, 0) + at(0, 1); break;
-    case 2: *pValue = 2 * oy * at(0, 1) + at(0, 2) + oy * oy * at(0, 0); break;
-    case 3: *pValue = 3 * oy * at(0, 2) + at(0, 3) + 3 * oy * oy * at(0, 1) + oy * oy * oy * at(0, 0); break;
-    case 4: *pValue = ox * at(0, 0) + at(1, 0); break;
-    case 5: *pValue = ox * at(0, 1) + at(1, 1) + oy * at(1, 0) + ox * oy * at(0, 0); break;
-    case 6:
-        *pValue = ox * at(0, 2) + at(1, 2) + 2 * oy * at(1, 1) + oy * oy * at(1, 0) + 2 * ox * oy * at(0, 1) +
-                  ox * oy * oy * at(0, 0);
-        break;
-    case 8: *pValue = 2 * ox * at(1, 0) + at(2, 0) + ox * ox * at(0, 0); break;
-    case 9:
-        *pValue = 2 * ox * at(1, 1) + at(2, 1) + ox * ox * at(0, 1) + oy * at(2, 0) + 2 * ox * oy * at(1, 0) +
-                  ox * ox * oy * at(0, 0);
-        break;
-    case 12: *pValue = 3 * ox * at(2, 0) + at(3, 0) + 3 * ox * ox * at(1, 0) + ox * ox * ox * at(0, 0); break;
-    default: break;
+        case 0:
+            *pValue = at(0, 0);
+            break;
+        case 1:
+            *pValue = oy * at(0, 0) + at(0, 1);
+            break;
+        case 2:
+            *pValue = 2 * oy * at(0, 1) + at(0, 2) + oy * oy * at(0, 0);
+            break;
+        case 3:
+            *pValue = 3 * oy * at(0, 2) + at(0, 3) + 3 * oy * oy * at(0, 1) + oy * oy * oy * at(0, 0);
+            break;
+        case 4:
+            *pValue = ox * at(0, 0) + at(1, 0);
+            break;
+        case 5:
+            *pValue = ox * at(0, 1) + at(1, 1) + oy * at(1, 0) + ox * oy * at(0, 0);
+            break;
+        case 6:
+            *pValue = ox * at(0, 2) + at(1, 2) + 2 * oy * at(1, 1) + oy * oy * at(1, 0) +
+                      2 * ox * oy * at(0, 1) + ox * oy * oy * at(0, 0);
+            break;
+        case 8:
+            *pValue = 2 * ox * at(1, 0) + at(2, 0) + ox * ox * at(0, 0);
+            break;
+        case 9:
+            *pValue = 2 * ox * at(1, 1) + at(2, 1) + ox * ox * at(0, 1) + oy * at(2, 0) +
+                      2 * ox * oy * at(1, 0) + ox * ox * oy * at(0, 0);
+            break;
+        case 12:
+            *pValue = 3 * ox * at(2, 0) + at(3, 0) + 3 * ox * ox * at(1, 0) + ox * ox * ox * at(0, 0);
+            break;
+        default:
+            break;
     }
     return lumStsNoErr;
 }

@@ -52,7 +52,8 @@ void kernel(const Lum32f* pSrc, Lum32s srcStep, LumSize roi, Lum64f* m)
             // One line ahead at every 32 bytes of row.
             if ((reinterpret_cast<uintptr_t>(p) & 31) == 0)
                 _mm_prefetch(reinterpret_cast<const char*>(p + 32), _MM_HINT_NTA);
-            moments::accumulate(s, _mm_load_ps(reinterpret_cast<const float*>(p)), x, addPs<Tier>, mulPs<Tier>);
+            moments::accumulate(s, _mm_load_ps(reinterpret_cast<const float*>(p)), x, addPs<Tier>,
+                                mulPs<Tier>);
             x = _mm_add_ps(x, four);
         }
         for (; p < end; p += 4) addSingle<Tier>(p, s, x);

@@ -60,8 +60,8 @@ LumStatus lumiMoments64f_32f_C1R(const Lum32f* pSrc, Lum32s srcStep, LumSize roi
     return moments::fill(pSrc, srcStep, roiSize, pState, kernel);
 }
 
-LumStatus lumiGetSpatialMoment_64f(const LumMomentRecord* pState, Lum32s xOrder, Lum32s yOrder, Lum32s channel,
-                                   LumPoint origin, Lum64f* pValue)
+LumStatus lumiGetSpatialMoment_64f(const LumMomentRecord* pState, Lum32s xOrder, Lum32s yOrder,
+                                   Lum32s channel, LumPoint origin, Lum64f* pValue)
 {
     return moments::spatialMoment(pState, xOrder, yOrder, channel, origin, pValue);
 }

@@ -71,7 +71,8 @@ static inline void forEachMergedRow(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pD
         rowFn(pSrc, pDst, rowBytes * size_t(roi.height));
         return;
     }
-    for (int64_t r = 0; r < roi.height; ++r) rowFn(rowAt(pSrc, srcStep, r), rowAt(pDst, dstStep, r), rowBytes);
+    for (int64_t r = 0; r < roi.height; ++r)
+        rowFn(rowAt(pSrc, srcStep, r), rowAt(pDst, dstStep, r), rowBytes);
 }
 
 // The planar copies merge when the planes and the pixels both run without gaps: the region becomes
@@ -107,7 +108,8 @@ static inline void planarToPixels(const Lum8u* const* pSrc, Lum32s srcStep, Lum8
 
 // Three bytes of every pixel into four-byte pixels whose fourth byte stays; no merging. Every
 // tier's whole lumiCopy_8u_C3AC4R.
-static inline LumStatus copyAlphaKept(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi)
+static inline LumStatus copyAlphaKept(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep,
+                                      LumSize roi)
 {
     const LumStatus status = checkRegionArgs(roi, pSrc, pDst);
     if (status != lumStsNoErr) return status;
@@ -140,16 +142,16 @@ static inline LumStatus setChannel(Lum8u value, Lum8u* pDst, Lum32s dstStep, Lum
 
 // Defines the three interleaved copy exports in the including tier's namespace, over the tier's
 // template copyInterleaved<Channels>(pSrc, srcStep, pDst, dstStep, roi).
-#define LUM_INTERLEAVED_COPY_EXPORTS                                                                      \
+#define LUM_INTERLEAVED_COPY_EXPORTS                                                                       \
     LumStatus lumiCopy_8u_C1R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi) \
-    {                                                                                                     \
-        return copyInterleaved<1>(pSrc, srcStep, pDst, dstStep, roi);                                     \
-    }                                                                                                     \
+    {                                                                                                      \
+        return copyInterleaved<1>(pSrc, srcStep, pDst, dstStep, roi);                                      \
+    }                                                                                                      \
     LumStatus lumiCopy_8u_C3R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi) \
-    {                                                                                                     \
-        return copyInterleaved<3>(pSrc, srcStep, pDst, dstStep, roi);                                     \
-    }                                                                                                     \
+    {                                                                                                      \
+        return copyInterleaved<3>(pSrc, srcStep, pDst, dstStep, roi);                                      \
+    }                                                                                                      \
     LumStatus lumiCopy_8u_C4R(const Lum8u* pSrc, Lum32s srcStep, Lum8u* pDst, Lum32s dstStep, LumSize roi) \
-    {                                                                                                     \
-        return copyInterleaved<4>(pSrc, srcStep, pDst, dstStep, roi);                                     \
+    {                                                                                                      \
+        return copyInterleaved<4>(pSrc, srcStep, pDst, dstStep, roi);                                      \
     }

@@ -24,7 +24,8 @@ int sat16(int v) { return std::min(32767, std::max(-32768, v)); }
 int qy(const Lum8u* p) { return 19595 * p[0] + 38470 * p[1] + 7471 * p[2]; }
 
 // Y of each pixel given, U and V of their sums.
-void pxModelBlock(std::vector<const Lum8u*> px, std::vector<Lum8u*> ys, int bias, int shift, Lum8u* u, Lum8u* v)
+void pxModelBlock(std::vector<const Lum8u*> px, std::vector<Lum8u*> ys, int bias, int shift, Lum8u* u,
+                  Lum8u* v)
 {
     int sb = 0, sr = 0, sq = 0;
     for (size_t k = 0; k < px.size(); ++k) {
@@ -113,7 +114,8 @@ void expectRgbToYuv(RegionBuffer& rgb, LumSize roi, bool is420, bool vector, Pla
     }
     for (int r = 0; r + 1 < h; r += 2) {
         for (int c = 0; c < pairs; ++c) {
-            std::vector<const Lum8u*> px = {P(r, 2 * c), P(r, 2 * c + 1), P(r + 1, 2 * c), P(r + 1, 2 * c + 1)};
+            std::vector<const Lum8u*> px = {P(r, 2 * c), P(r, 2 * c + 1), P(r + 1, 2 * c),
+                                            P(r + 1, 2 * c + 1)};
             std::vector<Lum8u*> ys = {Y(r, 2 * c), Y(r, 2 * c + 1), Y(r + 1, 2 * c), Y(r + 1, 2 * c + 1)};
             if (!vector) {
                 pxModelBlock(px, ys, 0x1FFFF, 18, U(r / 2, c), V(r / 2, c));
@@ -130,11 +132,14 @@ void expectRgbToYuv(RegionBuffer& rgb, LumSize roi, bool is420, bool vector, Pla
             *U(r / 2, c) = vu((sb >> 1) - (s1 >> 2));
             *V(r / 2, c) = vv((sr >> 1) - (s1 >> 2));
         }
-        if (w % 2) pxModelBlock({P(r, w - 1), P(r + 1, w - 1)}, {Y(r, w - 1), Y(r + 1, w - 1)}, 0, 17, U(r / 2, pairs), V(r / 2, pairs));
+        if (w % 2)
+            pxModelBlock({P(r, w - 1), P(r + 1, w - 1)}, {Y(r, w - 1), Y(r + 1, w - 1)}, 0, 17,
+                         U(r / 2, pairs), V(r / 2, pairs));
     }
     if (h % 2 == 0) return;
     for (int c = 0; c < pairs; ++c)
-        pxModelBlock({P(h - 1, 2 * c), P(h - 1, 2 * c + 1)}, {Y(h - 1, 2 * c), Y(h - 1, 2 * c + 1)}, 0, 17, U(h / 2, c), V(h / 2, c));
+        pxModelBlock({P(h - 1, 2 * c), P(h - 1, 2 * c + 1)}, {Y(h - 1, 2 * c), Y(h - 1, 2 * c + 1)}, 0, 17,
+                     U(h / 2, c), V(h / 2, c));
     if (w % 2) pxModelBlock({P(h - 1, w - 1)}, {Y(h - 1, w - 1)}, 0, 16, U(h / 2, pairs), V(h / 2, pairs));
 }
 
@@ -163,7 +168,7 @@ void expectYuvToBgr(Planes& in, LumSize roi, bool vector, RegionBuffer& out)
         for (int c = 0; c < roi.width; ++c) {
             const bool inner = r < roi.height / 2 * 2 && c < roi.width / 2 * 2;
             (vector && inner ? vectorBgr : pxBgr)(in.plane[0].row(r)[c], in.plane[1].row(r / 2)[c / 2],
-                                                 in.plane[2].row(r / 2)[c / 2], out.row(r) + 3 * c);
+                                                  in.plane[2].row(r / 2)[c / 2], out.row(r) + 3 * c);
         }
 }
 
@@ -246,12 +251,14 @@ TEST_P(ColorYuv, RgbToYuvMatchesTheTierFormulas)
 {
     std::mt19937 rng(51);
     // Widths around the 16-pixel pass: 17 is one full pass, no left-over pair and the odd column.
-    std::vector<LumSize> sizes = {{1, 1}, {2, 1}, {1, 2}, {17, 2}, {17, 3}, {16, 4}, {31, 5}, {32, 2}, {33, 3}, {47, 1}};
+    std::vector<LumSize> sizes = {{1, 1},  {2, 1},  {1, 2},  {17, 2}, {17, 3},
+                                  {16, 4}, {31, 5}, {32, 2}, {33, 3}, {47, 1}};
     for (int n = 0; n < 40; ++n) sizes.push_back({1 + int(rng() % 120), 1 + int(rng() % 9)});
     for (size_t n = 0; n < sizes.size(); ++n) {
         const LumSize roi = sizes[n];
         for (bool is420 : {true, false}) {
-            RegionBuffer rgb(size_t(roi.width) * 3, roi.height, 3 * roi.width + Lum32s(rng() % 20), rng() % 16);
+            RegionBuffer rgb(size_t(roi.width) * 3, roi.height, 3 * roi.width + Lum32s(rng() % 20),
+                             rng() % 16);
             rgb.randomize(uint32_t(n) * 2 + is420);
             Planes got(roi, half(roi, is420), rng), want(roi, half(roi, is420), rng);
             expectRgbToYuv(rgb, roi, is420, vectorRgb(), want);
@@ -291,7 +298,8 @@ TEST_P(ColorYuv, YuvToBgrMatchesTheTierFormulas)
         Planes in(roi, half(roi, true), rng);
         for (int p = 0; p < 3; ++p) in.plane[size_t(p)].randomize(uint32_t(n * 3 + p));
         const Lum32s step = 3 * roi.width + Lum32s(rng() % 20);
-        RegionBuffer got(size_t(roi.width) * 3, roi.height, step, rng() % 16), want(size_t(roi.width) * 3, roi.height, step);
+        RegionBuffer got(size_t(roi.width) * 3, roi.height, step, rng() % 16),
+            want(size_t(roi.width) * 3, roi.height, step);
         expectYuvToBgr(in, roi, vectorBgr(), want);
         ASSERT_EQ(lumiYUV420ToBGR_8u_P3C3R(in.src, in.step, got.data(), step, roi), lumStsNoErr);
         ASSERT_EQ(got.rows(), want.rows()) << roi.width << "x" << roi.height;
@@ -311,7 +319,8 @@ TEST_P(ColorYuv, YuvToBgrExtremes)
                 ASSERT_EQ(lumiYUV420ToBGR_8u_P3C3R(in, steps, bgr.data(), 96, {32, 2}), lumStsNoErr);
                 Lum8u expected[3];
                 (vectorBgr() ? ::vectorBgr : pxBgr)(yv, uv, vv, expected);
-                for (size_t i = 0; i < bgr.size(); ++i) ASSERT_EQ(bgr[i], expected[i % 3]) << yv << " " << uv << " " << vv;
+                for (size_t i = 0; i < bgr.size(); ++i)
+                    ASSERT_EQ(bgr[i], expected[i % 3]) << yv << " " << uv << " " << vv;
             }
 }
 
@@ -325,7 +334,8 @@ TEST_P(ColorYuv, Packed422To420KeepsTheUpperChroma)
         RegionBuffer src(size_t(roi.width) * 2, roi.height, 2 * roi.width + Lum32s(rng() % 20), rng() % 16);
         src.randomize(uint32_t(roi.width * 100 + roi.height));
         // The destination planes cover the whole region; only the even part is written.
-        Planes got({roi.width, roi.height}, half(roi, true), rng), want({roi.width, roi.height}, half(roi, true), rng);
+        Planes got({roi.width, roi.height}, half(roi, true), rng),
+            want({roi.width, roi.height}, half(roi, true), rng);
         for (int r = 0; r < h; ++r)
             for (int c = 0; c < w; ++c) {
                 want.plane[0].row(r)[c] = src.row(r)[2 * c];
@@ -334,9 +344,11 @@ TEST_P(ColorYuv, Packed422To420KeepsTheUpperChroma)
                     want.plane[2].row(r / 2)[c / 2] = src.row(r)[2 * c + 3];
                 }
             }
-        ASSERT_EQ(lumiYCbCr422ToYCbCr420_8u_C2P3R(src.data(), src.step(), got.dst, got.step, roi), lumStsNoErr);
+        ASSERT_EQ(lumiYCbCr422ToYCbCr420_8u_C2P3R(src.data(), src.step(), got.dst, got.step, roi),
+                  lumStsNoErr);
         for (int p = 0; p < 3; ++p)
-            ASSERT_EQ(got.plane[size_t(p)].rows(), want.plane[size_t(p)].rows()) << p << " " << roi.width << "x" << roi.height;
+            ASSERT_EQ(got.plane[size_t(p)].rows(), want.plane[size_t(p)].rows())
+                << p << " " << roi.width << "x" << roi.height;
         ASSERT_TRUE(got.intact());
     }
 }
@@ -352,7 +364,8 @@ TEST_P(ColorYuv, Planar420ToPacked422)
         Planes in(roi, half(roi, true), rng);
         for (int p = 0; p < 3; ++p) in.plane[size_t(p)].randomize(uint32_t(roi.width * 7 + p));
         const Lum32s step = 2 * roi.width + Lum32s(rng() % 20);
-        RegionBuffer got(size_t(roi.width) * 2, roi.height, step, rng() % 16), want(size_t(roi.width) * 2, roi.height, step);
+        RegionBuffer got(size_t(roi.width) * 2, roi.height, step, rng() % 16),
+            want(size_t(roi.width) * 2, roi.height, step);
         for (int r = 0; r < h; ++r)
             for (int c = 0; c < w; c += 2) {
                 Lum8u* d = want.row(r) + 2 * c;

@@ -174,7 +174,8 @@ template <int Planes>
 void checkPlanar(std::mt19937& rng, int n, LumSize roi, bool packed)
 {
     const Lum32s sStep = packed ? roi.width : stepFor(size_t(roi.width), rng() % 40, n % 3 == 1);
-    const Lum32s dStep = packed ? Planes * roi.width : stepFor(size_t(roi.width) * Planes, rng() % 40, n % 4 == 2);
+    const Lum32s dStep =
+        packed ? Planes * roi.width : stepFor(size_t(roi.width) * Planes, rng() % 40, n % 4 == 2);
     std::vector<RegionBuffer> planes;
     planes.reserve(Planes);
     for (int p = 0; p < Planes; ++p) {
@@ -225,7 +226,8 @@ TEST_P(ImageCopy, P4C4AlternatingRowPaths)
         ASSERT_EQ(copyP4(pointers, 31, dst.data(), dStep, roi), lumStsNoErr);
         for (int r = 0; r < 6; ++r)
             for (int c = 0; c < 29; ++c)
-                for (int p = 0; p < 4; ++p) ASSERT_EQ(dst.row(r)[4 * c + p], planes[p].row(r)[c]) << r << " " << c;
+                for (int p = 0; p < 4; ++p)
+                    ASSERT_EQ(dst.row(r)[4 * c + p], planes[p].row(r)[c]) << r << " " << c;
         EXPECT_TRUE(dst.outsideIntact());
     }
 }
@@ -236,7 +238,8 @@ TEST_P(ImageCopy, SetWritesOnlyTheAddressedChannel)
     for (int n = 0; n < 40; ++n) {
         const LumSize roi = {1 + int(rng() % 200), 1 + int(rng() % 9)};
         const Lum32s step = stepFor(size_t(roi.width) * 4, rng() % 20, false);
-        RegionBuffer dst(size_t(roi.width) * 4, roi.height, step, rng() % 16), expected(size_t(roi.width) * 4, roi.height, step);
+        RegionBuffer dst(size_t(roi.width) * 4, roi.height, step, rng() % 16),
+            expected(size_t(roi.width) * 4, roi.height, step);
         dst.randomize(n);
         expected.randomize(n);
         const int channel = n % 4;
@@ -320,7 +323,8 @@ TEST(ImageCopyRow, ExactAtEveryAlignment)
                     for (bool stream : {false, true}) {
                         lumtest::CanaryBuffer dst(len, 64, da);
                         kernel(src.data() + base + sa, dst.data(), len, stream);
-                        ASSERT_EQ(std::memcmp(dst.data(), src.data() + base + sa, len), 0) << len << " " << sa << " " << da;
+                        ASSERT_EQ(std::memcmp(dst.data(), src.data() + base + sa, len), 0)
+                            << len << " " << sa << " " << da;
                         ASSERT_TRUE(dst.guardsIntact()) << len << " " << sa << " " << da;
                     }
                 }

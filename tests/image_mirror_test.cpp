@@ -77,7 +77,8 @@ TEST_P(ImageMirror, InPlaceEdgeCases)
         for (size_t i = 0; i < grid.size(); ++i) grid[i] = Lum8u(i);
         ASSERT_EQ(inPlaceFor(ch)(grid.data(), 3 * ch, {3, 3}, 2), lumStsNoErr);
         for (int p = 0; p < 9; ++p)
-            for (int k = 0; k < ch; ++k) EXPECT_EQ(grid[size_t(ch * p + k)], Lum8u(ch * (8 - p) + k)) << ch << " " << p;
+            for (int k = 0; k < ch; ++k)
+                EXPECT_EQ(grid[size_t(ch * p + k)], Lum8u(ch * (8 - p) + k)) << ch << " " << p;
     }
 }
 
@@ -112,12 +113,13 @@ TEST_P(ImageMirror, RandomRegionsIntoBuffer)
         const size_t rowBytes = size_t(roi.width) * ch;
         const Lum32s sStep = stepFor(rowBytes, rng() % 48, n % 5 == 1);
         const Lum32s dStep = stepFor(rowBytes, rng() % 48, n % 7 == 2);
-        RegionBuffer src(rowBytes, roi.height, sStep, rng() % 16), dst(rowBytes, roi.height, dStep, rng() % 16),
-            expected(rowBytes, roi.height, dStep);
+        RegionBuffer src(rowBytes, roi.height, sStep, rng() % 16),
+            dst(rowBytes, roi.height, dStep, rng() % 16), expected(rowBytes, roi.height, dStep);
         src.randomize(n);
         model(src, expected, roi, ch, flip);
         ASSERT_EQ(intoFor(ch)(src.data(), sStep, dst.data(), dStep, roi, flip), lumStsNoErr);
-        ASSERT_EQ(dst.rows(), expected.rows()) << n << " ch " << ch << " flip " << flip << " " << roi.width << "x" << roi.height;
+        ASSERT_EQ(dst.rows(), expected.rows())
+            << n << " ch " << ch << " flip " << flip << " " << roi.width << "x" << roi.height;
         ASSERT_TRUE(dst.outsideIntact()) << n;
     }
 }
@@ -134,7 +136,8 @@ TEST_P(ImageMirror, RandomRegionsInPlace)
         image.randomize(n);
         model(image, expected, roi, ch, flip);
         ASSERT_EQ(inPlaceFor(ch)(image.data(), step, roi, flip), lumStsNoErr);
-        ASSERT_EQ(image.rows(), expected.rows()) << n << " ch " << ch << " flip " << flip << " " << roi.width << "x" << roi.height;
+        ASSERT_EQ(image.rows(), expected.rows())
+            << n << " ch " << ch << " flip " << flip << " " << roi.width << "x" << roi.height;
         ASSERT_TRUE(image.outsideIntact()) << n;
     }
 }
@@ -190,7 +193,9 @@ TEST_P(ImageMirror, AgreesWithOpenCvFlip)
         cv::randu(src, 0, 256);
         cv::Mat oracle, ours(height, width, src.type()), inPlace = src.clone();
         cv::flip(src, oracle, codes[flip]);
-        ASSERT_EQ(intoFor(ch)(src.data, Lum32s(src.step), ours.data, Lum32s(ours.step), {width, height}, flip), lumStsNoErr);
+        ASSERT_EQ(
+            intoFor(ch)(src.data, Lum32s(src.step), ours.data, Lum32s(ours.step), {width, height}, flip),
+            lumStsNoErr);
         ASSERT_EQ(inPlaceFor(ch)(inPlace.data, Lum32s(inPlace.step), {width, height}, flip), lumStsNoErr);
         EXPECT_EQ(cv::norm(ours, oracle, cv::NORM_INF), 0) << n;
         EXPECT_EQ(cv::norm(inPlace, oracle, cv::NORM_INF), 0) << n;

@@ -25,7 +25,8 @@ struct FloatImage {
     Lum32s step;
     LumSize roi;
 
-    FloatImage(LumSize size, Lum32s stepBytes, size_t misalign, uint32_t seed, float lo = -100, float hi = 100)
+    FloatImage(LumSize size, Lum32s stepBytes, size_t misalign, uint32_t seed, float lo = -100,
+               float hi = 100)
         : step(stepBytes), roi(size)
     {
         bytes.assign(size_t(stepBytes) * size_t(size.height) + 64, 0);
@@ -43,7 +44,10 @@ struct FloatImage {
         std::memcpy(&f, row(y) + 4 * x, 4);
         return f;
     }
-    void set(int x, int y, float f) { std::memcpy(bytes.data() + offset + size_t(y) * size_t(step) + 4 * x, &f, 4); }
+    void set(int x, int y, float f)
+    {
+        std::memcpy(bytes.data() + offset + size_t(y) * size_t(step) + 4 * x, &f, 4);
+    }
 };
 
 // The row-sum update, products and sums in the type W, each sum rounded back to double.
@@ -113,7 +117,8 @@ Raw modelW7(const FloatImage& im)
             add(0, im.at(i, y));
             x[0] += 1;
         }
-        update<double>(m, s[0][0] + s[0][1], s[1][0] + s[1][1], s[2][0] + s[2][1], s[3][0] + s[3][1], double(y));
+        update<double>(m, s[0][0] + s[0][1], s[1][0] + s[1][1], s[2][0] + s[2][1], s[3][0] + s[3][1],
+                       double(y));
     }
     return m;
 }
@@ -172,25 +177,34 @@ double recentred(const Raw& M, int mo, int no, double ox, double oy)
 {
     const auto at = [&](int i, int j) { return M[size_t(4 * j + i)]; };
     switch (4 * mo + no) {
-    case 0: return at(0, 0);
-    case 1: return oy * at(0, 0) + at(0, 1);
-    case 2: return 2 * oy * at(0, 1) + at(0, 2) + oy * oy * at(0, 0);
-    case 3: return 3 * oy * at(0, 2) + at(0, 3) + 3 * oy * oy * at(0, 1) + oy * oy * oy * at(0, 0);
-    case 4: return ox * at(0, 0) + at(1, 0);
-    case 5: return ox * at(0, 1) + at(1, 1) + oy * at(1, 0) + ox * oy * at(0, 0);
-    case 6:
-        return ox * at(0, 2) + at(1, 2) + 2 * oy * at(1, 1) + oy * oy * at(1, 0) + 2 * ox * oy * at(0, 1) +
-               ox * oy * oy * at(0, 0);
-    case 8: return 2 * ox * at(1, 0) + at(2, 0) + ox * ox * at(0, 0);
-    case 9:
-        return 2 * ox * at(1, 1) + at(2, 1) + ox * ox * at(0, 1) + oy * at(2, 0) + 2 * ox * oy * at(1, 0) +
-               ox * ox * oy * at(0, 0);
-    case 12: return 3 * ox * at(2, 0) + at(3, 0) + 3 * ox * ox * at(1, 0) + ox * ox * ox * at(0, 0);
+        case 0:
+            return at(0, 0);
+        case 1:
+            return oy * at(0, 0) + at(0, 1);
+        case 2:
+            return 2 * oy * at(0, 1) + at(0, 2) + oy * oy * at(0, 0);
+        case 3:
+            return 3 * oy * at(0, 2) + at(0, 3) + 3 * oy * oy * at(0, 1) + oy * oy * oy * at(0, 0);
+        case 4:
+            return ox * at(0, 0) + at(1, 0);
+        case 5:
+            return ox * at(0, 1) + at(1, 1) + oy * at(1, 0) + ox * oy * at(0, 0);
+        case 6:
+            return ox * at(0, 2) + at(1, 2) + 2 * oy * at(1, 1) + oy * oy * at(1, 0) +
+                   2 * ox * oy * at(0, 1) + ox * oy * oy * at(0, 0);
+        case 8:
+            return 2 * ox * at(1, 0) + at(2, 0) + ox * ox * at(0, 0);
+        case 9:
+            return 2 * ox * at(1, 1) + at(2, 1) + ox * ox * at(0, 1) + oy * at(2, 0) +
+                   2 * ox * oy * at(1, 0) + ox * ox * oy * at(0, 0);
+        case 12:
+            return 3 * ox * at(2, 0) + at(3, 0) + 3 * ox * ox * at(1, 0) + ox * ox * ox * at(0, 0);
     }
     return NAN;
 }
 
-const std::pair<int, int> kOrders[10] = {{0, 0}, {0, 1}, {0, 2}, {0, 3}, {1, 0}, {1, 1}, {1, 2}, {2, 0}, {2, 1}, {3, 0}};
+const std::pair<int, int> kOrders[10] = {{0, 0}, {0, 1}, {0, 2}, {0, 3}, {1, 0},
+                                         {1, 1}, {1, 2}, {2, 0}, {2, 1}, {3, 0}};
 
 class ImageMoments : public lumtest::TierTest {
 protected:
@@ -210,10 +224,14 @@ protected:
     Raw model(const FloatImage& im, Lum32s hint) const
     {
         switch (slot()) {
-        case 0: return modelPx(im);
-        case 1: return hint == 2 ? modelPx(im) : modelFloatLanes(im);
-        case 2: return modelW7(im);
-        default: return modelFloatLanes(im);
+            case 0:
+                return modelPx(im);
+            case 1:
+                return hint == 2 ? modelPx(im) : modelFloatLanes(im);
+            case 2:
+                return modelW7(im);
+            default:
+                return modelFloatLanes(im);
         }
     }
 
@@ -330,8 +348,8 @@ TEST_P(ImageMoments, RawMomentsMatchTheTierModel)
             ASSERT_EQ(r->channelCount, 1);
             const Raw expected = model(im, hint), got = rawOf(r);
             for (size_t i = 0; i < 16; ++i)
-                ASSERT_EQ(got[i], expected[i]) << "n " << n << " hint " << hint << " index " << i << " " << roi.width << "x"
-                                               << roi.height << " step " << step;
+                ASSERT_EQ(got[i], expected[i]) << "n " << n << " hint " << hint << " index " << i << " "
+                                               << roi.width << "x" << roi.height << " step " << step;
         }
     }
 }
@@ -345,7 +363,8 @@ TEST_P(ImageMoments, RecentredMomentsFollowTheTable)
     ASSERT_EQ(lumiMoments64f_32f_C1R(second.data(), second.step, second.roi, r), lumStsNoErr);
     const Raw m = rawOf(r);
     EXPECT_EQ(m, model(second, 0));
-    for (const LumPoint origin : {LumPoint{0, 0}, LumPoint{2, 3}, LumPoint{-11, 7}, LumPoint{100000, -250000}})
+    for (const LumPoint origin :
+         {LumPoint{0, 0}, LumPoint{2, 3}, LumPoint{-11, 7}, LumPoint{100000, -250000}})
         for (auto [mo, no] : kOrders)
             for (int repeat = 0; repeat < 2; ++repeat) {
                 double v = NAN;
@@ -400,16 +419,20 @@ TEST(ImageMomentsOracle, AgreesWithOpenCv)
         cv::Mat image(height, width, CV_32FC1);
         cv::randu(image, 0.0, 255.0);
         const cv::Moments cm = cv::moments(image, false);
-        const double oracle[10] = {cm.m00, cm.m01, cm.m02, cm.m03, cm.m10, cm.m11, cm.m12, cm.m20, cm.m21, cm.m30};
+        const double oracle[10] = {cm.m00, cm.m01, cm.m02, cm.m03, cm.m10,
+                                   cm.m11, cm.m12, cm.m20, cm.m21, cm.m30};
         for (int slot = 0; slot < 4; ++slot) {
             ASSERT_EQ(lumSetTierByCpuCode(lumtest::kTierCodes[slot]), lumStsNoErr);
             LumMomentRecord* r = nullptr;
             ASSERT_EQ(lumiMomentInitAlloc_64f(&r, 0), lumStsNoErr);
-            ASSERT_EQ(lumiMoments64f_32f_C1R(image.ptr<float>(), Lum32s(image.step), {width, height}, r), lumStsNoErr);
+            ASSERT_EQ(lumiMoments64f_32f_C1R(image.ptr<float>(), Lum32s(image.step), {width, height}, r),
+                      lumStsNoErr);
             for (int k = 0; k < 10; ++k) {
                 double v = 0;
-                ASSERT_EQ(lumiGetSpatialMoment_64f(r, kOrders[k].first, kOrders[k].second, 0, {0, 0}, &v), lumStsNoErr);
-                EXPECT_NEAR(v, oracle[k], 2e-5 * std::fabs(oracle[k]) + 1e-9) << "slot " << slot << " order " << k;
+                ASSERT_EQ(lumiGetSpatialMoment_64f(r, kOrders[k].first, kOrders[k].second, 0, {0, 0}, &v),
+                          lumStsNoErr);
+                EXPECT_NEAR(v, oracle[k], 2e-5 * std::fabs(oracle[k]) + 1e-9)
+                    << "slot " << slot << " order " << k;
             }
             lumiMomentFree_64f(r);
         }
