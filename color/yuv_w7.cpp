@@ -1,0 +1,21 @@
+// Video colour conversions, tier w7: the vector kernels with plain unaligned loads.
+#include "color/yuv_vector.h"
+#include "frame/dispatch.h"
+
+namespace lum::w7 {
+namespace {
+
+struct Tier {
+    static constexpr bool kPrefetch = false;
+    static __m128i loadUnaligned(const Lum8u* p)
+    {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    }
+};
+
+}  // namespace
+
+LUM_VECTOR_RGB_TO_YUV
+LUM_VECTOR_YUV_OTHERS
+
+}  // namespace lum::w7
