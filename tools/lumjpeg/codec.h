@@ -31,4 +31,7 @@ struct DecodeResult {
 // data gives a best-effort image and warnings.
 DecodeResult decodeJpeg(const uint8_t* data, size_t size);
 
+// The same into `image`, whose memory is reused when it already has the file's size and channels.
+std::vector<std::string> decodeJpegInto(const uint8_t* data, size_t size, Image& image);
+
 }  // namespace lumjpeg

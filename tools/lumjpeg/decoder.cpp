@@ -47,8 +47,8 @@ int channelsOf(ColourModel m)
 
 class Decoder {
 public:
-    Decoder(const uint8_t* data, JpegStream stream)
-        : data_(data), s_(std::move(stream)), model_(s_.colourModel()),
+    Decoder(const uint8_t* data, JpegStream stream, Image& out)
+        : data_(data), s_(std::move(stream)), model_(s_.colourModel()), out_(out),
           state_(lumiDecodeHuffmanStateGetBufSize_JPEG_8u)
     {
         form_ = chooseForm();
@@ -62,12 +62,14 @@ public:
         planes_ = LumArray<Lum16s>(blocks * 64);
         if (form_ == McuForm::Generic)
             tiles_ = LumArray<Lum16s>(s_.components.size() * static_cast<size_t>(s_.maxH() * s_.maxV()) * 64);
-        out_ = Image(s_.width, s_.height, channelsOf(model_));
+        // Every pixel is written whatever the data, so memory of the right size is simply reused.
+        if (out_.width != s_.width || out_.height != s_.height || out_.channels != channelsOf(model_))
+            out_ = Image(s_.width, s_.height, channelsOf(model_));
         edge_.resize(static_cast<size_t>(s_.mcuWidth() * s_.mcuHeight() * out_.channels));
         latchQuantTables();
     }
 
-    DecodeResult run()
+    std::vector<std::string> run()
     {
         const Scan& first = s_.scans[0];
         if (!s_.progressive() && s_.scans.size() == 1 && first.components.size() == s_.components.size()) {
@@ -77,7 +79,7 @@ public:
             for (size_t i = 0; i < s_.scans.size(); ++i) decodeScanToStore(s_.scans[i], static_cast<int>(i));
             outputStore();
         }
-        return {std::move(out_), std::move(s_.warnings)};
+        return std::move(s_.warnings);
     }
 
 private:
@@ -370,6 +372,7 @@ private:
     const uint8_t* data_;
     JpegStream s_;
     ColourModel model_;
+    Image& out_;
     McuForm form_ = McuForm::F444;
     std::vector<size_t> planeOffset_;
     LumArray<Lum16s> planes_, tiles_;
@@ -381,16 +384,22 @@ private:
     ScanKind kind_ = ScanKind::Sequential;
     int scanIndex_ = 0;
     bool broken_ = false, reported_ = false;
-    Image out_;
     std::vector<uint8_t> edge_;
     std::unique_ptr<CoefficientStore> store_;
 };
 
 }  // namespace
 
+std::vector<std::string> decodeJpegInto(const uint8_t* data, size_t size, Image& image)
+{
+    return Decoder(data, parseJpeg(data, size), image).run();
+}
+
 DecodeResult decodeJpeg(const uint8_t* data, size_t size)
 {
-    return Decoder(data, parseJpeg(data, size)).run();
+    DecodeResult result;
+    result.warnings = decodeJpegInto(data, size, result.image);
+    return result;
 }
 
 }  // namespace lumjpeg

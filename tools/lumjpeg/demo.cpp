@@ -56,7 +56,8 @@ int runDemo(const std::string& photoPath, const std::string& outDir)
 {
     lumStaticInit();
     const LumLibraryVersion* v = lumiGetLibVersion();
-    std::printf("lumjpeg demo: a JPEG codec built on %s %s, tier %.3s\n", v->libraryName, v->versionText, v->tierTag);
+    std::printf("lumjpeg demo: a JPEG codec on lum-custom, tier %.3s (%s %s)\n", v->tierTag, v->libraryName,
+                v->versionText);
 
     Image source;
     if (photoPath.empty()) {
