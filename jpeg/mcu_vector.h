@@ -9,6 +9,7 @@
 
 #include <emmintrin.h>
 #include <mmintrin.h>
+#include <xmmintrin.h>
 
 #include <cstring>
 #include <type_traits>
@@ -20,37 +21,39 @@ template <typename Tag>
 struct Mmx {
     using Reg = __m64;
     static constexpr int kBytes = 8;
-    static constexpr int kRounds = 3;  // log2(kBytes) rounds of the channel shuffle separate pixels
 
     static Reg zero() { return _mm_setzero_si64(); }
     static Reg set16(int v) { return _mm_set1_pi16(static_cast<short>(v)); }
     static Reg set32(int32_t v) { return _mm_set1_pi32(v); }
     static Reg set64(uint64_t v) { return _mm_set_pi32(static_cast<int>(v >> 32), static_cast<int>(v)); }
-    static Reg lo8(Reg a, Reg b) { return _mm_unpacklo_pi8(a, b); }
-    static Reg hi8(Reg a, Reg b) { return _mm_unpackhi_pi8(a, b); }
     static Reg lo16(Reg a, Reg b) { return _mm_unpacklo_pi16(a, b); }
     static Reg hi16(Reg a, Reg b) { return _mm_unpackhi_pi16(a, b); }
-    static Reg hiToLo(Reg a) { return _mm_srli_si64(a, 32); }
+    // The low 32-bit lanes of a and of b.
+    static Reg evenLanes(Reg a, Reg b) { return _mm_unpacklo_pi32(a, b); }
     static Reg madd(Reg a, Reg b) { return _mm_madd_pi16(a, b); }
     static Reg add32(Reg a, Reg b) { return _mm_add_pi32(a, b); }
     template <int N>
     static Reg srai32(Reg a) { return _mm_srai_pi32(a, N); }
+    template <int N>
+    static Reg srli32(Reg a) { return _mm_srli_pi32(a, N); }
     static Reg packs32(Reg a, Reg b) { return _mm_packs_pi32(a, b); }
     static Reg add16(Reg a, Reg b) { return _mm_add_pi16(a, b); }
     static Reg sub16(Reg a, Reg b) { return _mm_sub_pi16(a, b); }
     static Reg adds16(Reg a, Reg b) { return _mm_adds_pi16(a, b); }
+    static Reg max16(Reg a, Reg b) { return _mm_max_pi16(a, b); }
+    static Reg min16(Reg a, Reg b) { return _mm_min_pi16(a, b); }
     template <int N>
     static Reg srli16(Reg a) { return _mm_srli_pi16(a, N); }
+    template <int N>
+    static Reg slli16(Reg a) { return _mm_slli_pi16(a, N); }
+    template <int N>
+    static Reg srli64(Reg a) { return _mm_srli_si64(a, N); }
+    template <int N>
+    static Reg slli64(Reg a) { return _mm_slli_si64(a, N); }
     static Reg packus16(Reg a, Reg b) { return _mm_packs_pu16(a, b); }
     static Reg and_(Reg a, Reg b) { return _mm_and_si64(a, b); }
     static Reg or_(Reg a, Reg b) { return _mm_or_si64(a, b); }
     static Reg xor_(Reg a, Reg b) { return _mm_xor_si64(a, b); }
-    template <int N>
-    static Reg shlBytes(Reg a) { return _mm_slli_si64(a, 8 * N); }
-    template <int N>
-    static Reg shrBytes(Reg a) { return _mm_srli_si64(a, 8 * N); }
-    template <int N>
-    static Reg srli64(Reg a) { return _mm_srli_si64(a, N); }
     template <bool Aligned>
     static Reg load(const void* p)
     {
@@ -58,22 +61,18 @@ struct Mmx {
         std::memcpy(&r, p, sizeof r);
         return r;
     }
+    static Reg load8(const void* p) { return load<false>(p); }
     static Reg loadHalves(const void* p) { return load<false>(p); }
-    static Reg loadHalf(const void* p)
-    {
-        int32_t v;
-        std::memcpy(&v, p, sizeof v);
-        return _mm_cvtsi32_si64(v);
-    }
     template <bool Aligned>
     static void store(void* p, Reg r) { std::memcpy(p, &r, sizeof r); }
-    static void storeHalf(void* p, Reg r)
+    template <int Lane>
+    static void storeLane(void* p, Reg r) { std::memcpy(p, &r, sizeof r); }
+    template <int Lane>
+    static void store4Lane(void* p, Reg r)
     {
         const int32_t v = _mm_cvtsi64_si32(r);
         std::memcpy(p, &v, sizeof v);
     }
-    // One 64-bit lane is already contiguous.
-    static Reg joinLanes(Reg a) { return a; }
     static void finish() { _mm_empty(); }
 };
 
@@ -81,37 +80,42 @@ template <typename Tag>
 struct Sse {
     using Reg = __m128i;
     static constexpr int kBytes = 16;
-    static constexpr int kRounds = 4;
 
     static Reg zero() { return _mm_setzero_si128(); }
     static Reg set16(int v) { return _mm_set1_epi16(static_cast<short>(v)); }
     static Reg set32(int32_t v) { return _mm_set1_epi32(v); }
     static Reg set64(uint64_t v) { return _mm_set1_epi64x(static_cast<long long>(v)); }
-    static Reg lo8(Reg a, Reg b) { return _mm_unpacklo_epi8(a, b); }
-    static Reg hi8(Reg a, Reg b) { return _mm_unpackhi_epi8(a, b); }
     static Reg lo16(Reg a, Reg b) { return _mm_unpacklo_epi16(a, b); }
     static Reg hi16(Reg a, Reg b) { return _mm_unpackhi_epi16(a, b); }
-    static Reg hiToLo(Reg a) { return _mm_unpackhi_epi64(a, a); }
+    // 32-bit lanes 0 and 2 of a, then of b.
+    static Reg evenLanes(Reg a, Reg b)
+    {
+        return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(2, 0, 2, 0)));
+    }
     static Reg madd(Reg a, Reg b) { return _mm_madd_epi16(a, b); }
     static Reg add32(Reg a, Reg b) { return _mm_add_epi32(a, b); }
     template <int N>
     static Reg srai32(Reg a) { return _mm_srai_epi32(a, N); }
+    template <int N>
+    static Reg srli32(Reg a) { return _mm_srli_epi32(a, N); }
     static Reg packs32(Reg a, Reg b) { return _mm_packs_epi32(a, b); }
     static Reg add16(Reg a, Reg b) { return _mm_add_epi16(a, b); }
     static Reg sub16(Reg a, Reg b) { return _mm_sub_epi16(a, b); }
     static Reg adds16(Reg a, Reg b) { return _mm_adds_epi16(a, b); }
+    static Reg max16(Reg a, Reg b) { return _mm_max_epi16(a, b); }
+    static Reg min16(Reg a, Reg b) { return _mm_min_epi16(a, b); }
     template <int N>
     static Reg srli16(Reg a) { return _mm_srli_epi16(a, N); }
+    template <int N>
+    static Reg slli16(Reg a) { return _mm_slli_epi16(a, N); }
+    template <int N>
+    static Reg srli64(Reg a) { return _mm_srli_epi64(a, N); }
+    template <int N>
+    static Reg slli64(Reg a) { return _mm_slli_epi64(a, N); }
     static Reg packus16(Reg a, Reg b) { return _mm_packus_epi16(a, b); }
     static Reg and_(Reg a, Reg b) { return _mm_and_si128(a, b); }
     static Reg or_(Reg a, Reg b) { return _mm_or_si128(a, b); }
     static Reg xor_(Reg a, Reg b) { return _mm_xor_si128(a, b); }
-    template <int N>
-    static Reg shlBytes(Reg a) { return _mm_slli_si128(a, N); }
-    template <int N>
-    static Reg shrBytes(Reg a) { return _mm_srli_si128(a, N); }
-    template <int N>
-    static Reg srli64(Reg a) { return _mm_srli_epi64(a, N); }
     template <bool Aligned>
     static Reg load(const void* p)
     {
@@ -120,12 +124,13 @@ struct Sse {
         else
             return _mm_loadu_si128(static_cast<const __m128i*>(p));
     }
+    static Reg load8(const void* p) { return _mm_loadl_epi64(static_cast<const __m128i*>(p)); }
+    static Reg joinHalves(Reg lo, Reg hi) { return _mm_unpacklo_epi64(lo, hi); }
     static Reg loadHalves(const void* p)
     {
         const auto* q = static_cast<const Lum8u*>(p);
-        return _mm_unpacklo_epi64(loadHalf(q), loadHalf(q + 8));
+        return joinHalves(load8(q), load8(q + 8));
     }
-    static Reg loadHalf(const void* p) { return _mm_loadl_epi64(static_cast<const __m128i*>(p)); }
     template <bool Aligned>
     static void store(void* p, Reg r)
     {
@@ -134,9 +139,20 @@ struct Sse {
         else
             _mm_storeu_si128(static_cast<__m128i*>(p), r);
     }
-    static void storeHalf(void* p, Reg r) { _mm_storel_epi64(static_cast<__m128i*>(p), r); }
-    // Six bytes at the bottom of each 64-bit lane to twelve at the bottom of the register.
-    static Reg joinLanes(Reg a) { return _mm_or_si128(_mm_move_epi64(a), _mm_srli_si128(_mm_unpackhi_epi64(zero(), a), 2)); }
+    template <int Lane>
+    static void storeLane(void* p, Reg r)
+    {
+        if constexpr (Lane == 0)
+            _mm_storel_epi64(static_cast<__m128i*>(p), r);
+        else
+            _mm_storeh_pd(static_cast<double*>(p), _mm_castsi128_pd(r));
+    }
+    template <int Lane>
+    static void store4Lane(void* p, Reg r)
+    {
+        const int32_t v = _mm_cvtsi128_si32(Lane == 0 ? r : _mm_unpackhi_epi64(r, r));
+        std::memcpy(p, &v, sizeof v);
+    }
     static void finish() {}
 };
 
@@ -149,77 +165,7 @@ static inline void unroll(Fn&& fn)
         std::make_integer_sequence<int, N>{});
 }
 
-// ---- Channel shuffle --------------------------------------------------------------------------
-// Out register i interleaves the bytes of register halves i and i + N of the N input registers
-// (2N halves). log2(kBytes) rounds turn N registers of interleaved N-byte pixels into one register
-// per channel; on four registers, two rounds do the reverse.
-
-template <typename V, int N, int I>
-typename V::Reg zipHalves(const typename V::Reg (&t)[N])
-{
-    constexpr int a = I, b = I + N;
-    if constexpr (a % 2 == 0 && b % 2 == 0)
-        return V::lo8(t[a / 2], t[b / 2]);
-    else if constexpr (a % 2 == 1 && b % 2 == 1)
-        return V::hi8(t[a / 2], t[b / 2]);
-    else if constexpr (a % 2 == 0)
-        return V::lo8(t[a / 2], V::hiToLo(t[b / 2]));
-    else
-        return V::lo8(V::hiToLo(t[a / 2]), t[b / 2]);
-}
-
-template <typename V, int N>
-void shuffleRounds(typename V::Reg (&t)[N], int rounds)
-{
-    for (int r = 0; r < rounds; ++r) {
-        typename V::Reg in[N];
-        for (int i = 0; i < N; ++i) in[i] = t[i];
-        unroll<N>([&](auto i) { t[i] = zipHalves<V, N, i>(in); });
-    }
-}
-
-// P pixels of N bytes each, read exactly (whole registers, then a half register), as one register
-// of bytes per channel; lanes past P are zero.
-template <typename V, int N, int P>
-void loadChannels(const Lum8u* p, typename V::Reg (&t)[N])
-{
-    constexpr int kBytes = N * P;
-    unroll<N>([&](auto i) {
-        constexpr int offset = i * V::kBytes;
-        if constexpr (offset + V::kBytes <= kBytes)
-            t[i] = V::template load<false>(p + offset);
-        else if constexpr (offset + V::kBytes / 2 <= kBytes)
-            t[i] = V::loadHalf(p + offset);
-        else
-            t[i] = V::zero();
-    });
-    shuffleRounds<V, N>(t, V::kRounds);
-}
-
-// Groups of G bytes at the bottom of their registers, laid end to end: whole-register stores, then
-// a half-register store, nothing past the last group.
-template <typename V, int Groups>
-void storeGroups(Lum8u* p, const typename V::Reg (&g)[Groups])
-{
-    constexpr int W = V::kBytes, G = 3 * W / 4, kTotal = Groups * G;
-    auto gather = [&](auto j) {
-        constexpr int J = decltype(j)::value;
-        typename V::Reg out = V::zero();
-        unroll<Groups>([&](auto k) {
-            constexpr int offset = k * G - J * W;
-            if constexpr (offset >= 0 && offset < W)
-                out = V::or_(out, V::template shlBytes<offset>(g[k]));
-            else if constexpr (offset < 0 && offset > -G)
-                out = V::or_(out, V::template shrBytes<-offset>(g[k]));
-        });
-        return out;
-    };
-    unroll<kTotal / W>([&](auto j) { V::template store<false>(p + j * W, gather(j)); });
-    if constexpr (kTotal % W != 0)
-        V::storeHalf(p + kTotal / W * W, gather(std::integral_constant<int, kTotal / W>{}));
-}
-
-// ---- Colour and sampling arithmetic -----------------------------------------------------------
+// ---- Arithmetic on 16-bit lanes ---------------------------------------------------------------
 
 // 16-bit pairs (a, b) in every 32-bit lane, for the multiply-add.
 template <typename V>
@@ -247,18 +193,6 @@ typename V::Reg narrow(Sums sums)
     return V::packs32(V::template srai32<Shift>(sums(LowLanes<V>{})), V::template srai32<Shift>(sums(HighLanes<V>{})));
 }
 
-// (wx * x + wy * y + wz * z + bias) >> Shift on 16-bit lanes, with the bias carried as z's partner
-// 128 so that one multiply-add per pair of terms does all.
-template <typename V, int Shift>
-typename V::Reg weigh(typename V::Reg x, typename V::Reg y, typename V::Reg z, typename V::Reg wxy,
-                      typename V::Reg wz)
-{
-    const typename V::Reg k128 = V::set16(128);
-    return narrow<V, Shift>([&](auto lanes) {
-        return V::add32(V::madd(lanes.unpack(x, y), wxy), V::madd(lanes.unpack(z, k128), wz));
-    });
-}
-
 // (w * x + 128 * bias) >> Shift on 16-bit lanes.
 template <typename V, int Shift>
 typename V::Reg weighOne(typename V::Reg x, typename V::Reg w)
@@ -267,64 +201,50 @@ typename V::Reg weighOne(typename V::Reg x, typename V::Reg w)
     return narrow<V, Shift>([&](auto lanes) { return V::madd(lanes.unpack(x, k128), w); });
 }
 
-// Luma of 16-bit R, G, B (or the level-shifted first component).
-template <typename V, typename Layout>
-typename V::Reg forwardLuma(const typename V::Reg (&c)[3])
+template <typename V>
+typename V::Reg clamp8(typename V::Reg v)
 {
-    if constexpr (Layout::kColour)
-        return weigh<V, 14>(c[0], c[1], c[2], pair<V>(4899, 9617), pair<V>(1868, -16320));
-    else
-        return V::sub16(c[0], V::set16(128));
-}
-
-// Cb and Cr of sums over 2^Shift pixels.
-template <typename V, typename Layout, int Shift>
-void forwardChroma(const typename V::Reg (&s)[3], typename V::Reg& cb, typename V::Reg& cr)
-{
-    if constexpr (Layout::kColour) {
-        cb = weigh<V, 14 + Shift>(s[0], s[1], s[2], pair<V>(-2764, -5428), pair<V>(8192, 64 << Shift));
-        cr = weigh<V, 14 + Shift>(s[0], s[1], s[2], pair<V>(8192, -6860), pair<V>(-1332, 64 << Shift));
-    } else {
-        cb = V::sub16(V::template srli16<Shift>(s[1]), V::set16(128));
-        cr = V::sub16(V::template srli16<Shift>(s[2]), V::set16(128));
-    }
-}
-
-// What the chroma samples contribute to each output channel, before replication over the cell.
-template <typename V, typename Layout, bool WrapThird>
-void inverseTerms(typename V::Reg cb, typename V::Reg cr, typename V::Reg (&t)[3])
-{
-    const typename V::Reg k128 = V::set16(128);
-    if constexpr (Layout::kColour) {
-        // 1052672 = 128 * 8224 and 2088960 carry the level shift and the rounding.
-        t[0] = weighOne<V, 13>(cr, pair<V>(11485, 8224));
-        t[1] = narrow<V, 14>([&](auto lanes) {
-            return V::add32(V::madd(lanes.unpack(cb, cr), pair<V>(5638, 11700)), V::set32(-2088960));
-        });
-        t[2] = weighOne<V, 13>(cb, pair<V>(14516, 8224));
-    } else {
-        t[1] = V::adds16(cb, k128);
-        // The 64-bit SampleUp kernels keep the low byte of the unclamped third component.
-        t[2] = WrapThird ? V::and_(V::add16(cr, k128), V::set16(0xFF)) : V::adds16(cr, k128);
-    }
-}
-
-// 16-bit channel values of pixels from their luma and their cell's terms; packing clamps them.
-template <typename V, typename Layout>
-void inversePixels(typename V::Reg y, const typename V::Reg (&t)[3], typename V::Reg (&c)[3])
-{
-    if constexpr (Layout::kColour) {
-        c[0] = V::add16(y, t[0]);
-        c[1] = V::sub16(y, t[1]);
-        c[2] = V::add16(y, t[2]);
-    } else {
-        c[0] = V::adds16(y, V::set16(128));
-        c[1] = t[1];
-        c[2] = t[2];
-    }
+    return V::min16(V::max16(v, V::zero()), V::set16(255));
 }
 
 // ---- Pixels to planes -------------------------------------------------------------------------
+// A register holds kBytes / 4 pixels, one per 32-bit lane as bytes c0, c1, c2, 128, where c0..c2
+// are the pixel's bytes (inks inverted). Its even bytes (c0, c2) and odd bytes (c1, 128) as 16-bit
+// lanes then give every output with two multiply-adds: the weights of c0..c2 and of the constant
+// 128, which carries the level shift and the rounding.
+
+struct Weights {
+    int w[4];
+    int shift;
+};
+
+// Luma, Cb and Cr weights of the bytes of a pixel in memory.
+template <typename Layout>
+constexpr Weights weightsOf(int output, int chromaShift)
+{
+    if constexpr (!Layout::kColour) {
+        // The component itself, less 128 (and n * 128 for the sum of n pixels).
+        Weights p = {{0, 0, 0, -1}, output == 0 ? 0 : chromaShift};
+        p.w[output] = 1;
+        return p;
+    } else {
+        constexpr int rgb[3][4] = {{4899, 9617, 1868, -16320}, {-2764, -5428, 8192, 64}, {8192, -6860, -1332, 64}};
+        Weights p = {{0, 0, 0, rgb[output][3]}, output == 0 ? 14 : 14 + chromaShift};
+        p.w[Layout::kR] = rgb[output][0];
+        p.w[Layout::kG] = rgb[output][1];
+        p.w[Layout::kB] = rgb[output][2];
+        return p;
+    }
+}
+
+// One output per 32-bit lane, from the even and odd byte lanes of the pixels (or of their sums).
+template <typename V, typename Layout, int Output, int ChromaShift>
+typename V::Reg weighPixels(typename V::Reg even, typename V::Reg odd)
+{
+    constexpr Weights p = weightsOf<Layout>(Output, ChromaShift);
+    return V::template srai32<p.shift>(
+        V::add32(V::madd(even, pair<V>(p.w[0], p.w[2])), V::madd(odd, pair<V>(p.w[1], p.w[3]))));
+}
 
 // The 64-bit kernels take strips of 8 pixels (a block row), the 128-bit kernels a whole MCU row.
 template <typename V, typename F>
@@ -333,18 +253,43 @@ constexpr int stripPixels()
     return V::kBytes == 8 ? 8 : F::kWidth;
 }
 
-// Bytes to 16-bit lanes: part 0 is the low half of the register, part 1 the high half.
-template <typename V, int Part>
-typename V::Reg widen(typename V::Reg b)
+// Register I of a strip of P pixels. Three-byte pixels are read in pairs of 8 bytes, the last pair
+// 2 bytes early so that no load passes the strip's end, and spread to 4 bytes within each 64-bit
+// lane. K, if any, goes to `k` as 32-bit lanes.
+template <typename V, typename Layout, int P, int I>
+typename V::Reg loadPixels(const Lum8u* p, typename V::Reg& k)
 {
-    return Part == 0 ? V::lo8(b, V::zero()) : V::hi8(b, V::zero());
+    using Reg = typename V::Reg;
+    const Reg k128 = V::set64(0x8000000080000000ull);
+    if constexpr (Layout::kBytes == 4) {
+        const Reg c = V::template load<false>(p + I * V::kBytes);
+        k = V::template srli32<24>(c);
+        return V::or_(V::and_(V::xor_(c, V::set32(-1)), V::set32(0x00FFFFFF)), k128);
+    } else {
+        const auto pairAt = [&](auto pairIndex) {
+            constexpr int at = 6 * decltype(pairIndex)::value;
+            if constexpr (at + 8 <= 3 * P)
+                return V::load8(p + at);
+            else
+                return V::template srli64<16>(V::load8(p + at - 2));
+        };
+        constexpr int kPairs = V::kBytes / 8;
+        Reg q;
+        if constexpr (kPairs == 1)
+            q = pairAt(std::integral_constant<int, I>{});
+        else
+            q = V::joinHalves(pairAt(std::integral_constant<int, 2 * I>{}), pairAt(std::integral_constant<int, 2 * I + 1>{}));
+        const Reg first = V::and_(q, V::set64(0x0000000000FFFFFFull));
+        const Reg second = V::and_(V::template slli64<8>(q), V::set64(0x00FFFFFF00000000ull));
+        return V::or_(V::or_(first, second), k128);
+    }
 }
 
-// Sums of horizontal pairs of bytes, as 16-bit lanes.
+// Lanes of adjacent pixels added: the low 32 bits of each 64-bit lane hold the pair's sums.
 template <typename V>
-typename V::Reg pairSums(typename V::Reg b)
+typename V::Reg pairSums(typename V::Reg v)
 {
-    return V::add16(V::and_(b, V::set16(0xFF)), V::template srli16<8>(b));
+    return V::add16(v, V::template srli64<32>(v));
 }
 
 template <unsigned AlignedPlanes, int K, typename V>
@@ -364,41 +309,62 @@ template <typename V, typename Layout, typename F, unsigned AlignedPlanes>
 void vectorToPlanes(const Lum8u* src, Lum32s step, Lum16s* const* planes)
 {
     using Reg = typename V::Reg;
-    constexpr int H = V::kBytes / 2;  // 16-bit lanes of a register
+    constexpr int Q = V::kBytes / 4;  // pixels of a register
     constexpr int P = stripPixels<V, F>();
-    constexpr int N = Layout::kBytes;
+    constexpr int R = P / Q;  // registers of a strip
     const Reg k128 = V::set16(128);
     for (int cy = 0; cy < 8; ++cy) {
         for (int x0 = 0; x0 < F::kWidth; x0 += P) {
-            [[maybe_unused]] Reg sums[3] = {V::zero(), V::zero(), V::zero()};
+            [[maybe_unused]] Reg sumEven[R], sumOdd[R];
             for (int r = 0; r < F::kFy; ++r) {
                 const int y = cy * F::kFy + r;
-                Reg t[N];
-                loadChannels<V, N, P>(row(src, step, y) + x0 * N, t);
-                Reg c[3] = {t[Layout::kR], t[Layout::kG], t[Layout::kB]};
-                if constexpr (Layout::kInk)
-                    for (Reg& v : c) v = V::xor_(v, V::set16(-1));
-                unroll<P / H>([&](auto j) {
-                    const Reg w[3] = {widen<V, j>(c[0]), widen<V, j>(c[1]), widen<V, j>(c[2])};
-                    const int at = lumaIndex(x0 + j * H, y);
-                    storePlane<AlignedPlanes, 0, V>(planes, at, forwardLuma<V, Layout>(w));
+                const Lum8u* p = row(src, step, y) + x0 * Layout::kBytes;
+                Reg even[R], odd[R];
+                [[maybe_unused]] Reg k[R];
+                unroll<R>([&](auto i) {
+                    const Reg c = loadPixels<V, Layout, P, i>(p, k[i]);
+                    even[i] = V::and_(c, V::set16(0xFF));
+                    odd[i] = V::template srli16<8>(c);
+                });
+                // Two registers of 32-bit results make one of 16-bit samples.
+                unroll<R / 2>([&](auto i) {
+                    constexpr int a = 2 * i, b = 2 * i + 1;
+                    const int at = lumaIndex(x0 + a * Q, y);
+                    storePlane<AlignedPlanes, 0, V>(planes, at,
+                                                    V::packs32(weighPixels<V, Layout, 0, 0>(even[a], odd[a]),
+                                                               weighPixels<V, Layout, 0, 0>(even[b], odd[b])));
                     if constexpr (Layout::kInk)
-                        storePlane<AlignedPlanes, 3, V>(planes, at, V::sub16(widen<V, j>(t[3]), k128));
+                        storePlane<AlignedPlanes, 3, V>(planes, at, V::sub16(V::packs32(k[a], k[b]), k128));
                     if constexpr (F::kFx == 1) {
-                        Reg cb, cr;
-                        forwardChroma<V, Layout, 0>(w, cb, cr);
-                        storePlane<AlignedPlanes, 1, V>(planes, 8 * y + x0 + j * H, cb);
-                        storePlane<AlignedPlanes, 2, V>(planes, 8 * y + x0 + j * H, cr);
+                        const int c = 8 * y + x0 + a * Q;
+                        storePlane<AlignedPlanes, 1, V>(planes, c,
+                                                        V::packs32(weighPixels<V, Layout, 1, 0>(even[a], odd[a]),
+                                                                   weighPixels<V, Layout, 1, 0>(even[b], odd[b])));
+                        storePlane<AlignedPlanes, 2, V>(planes, c,
+                                                        V::packs32(weighPixels<V, Layout, 2, 0>(even[a], odd[a]),
+                                                                   weighPixels<V, Layout, 2, 0>(even[b], odd[b])));
                     }
                 });
-                if constexpr (F::kFx == 2)
-                    for (int k = 0; k < 3; ++k) sums[k] = V::add16(sums[k], pairSums<V>(c[k]));
+                if constexpr (F::kFx == 2) {
+                    for (int i = 0; i < R; ++i) {
+                        sumEven[i] = r == 0 ? pairSums<V>(even[i]) : V::add16(sumEven[i], pairSums<V>(even[i]));
+                        sumOdd[i] = r == 0 ? pairSums<V>(odd[i]) : V::add16(sumOdd[i], pairSums<V>(odd[i]));
+                    }
+                }
             }
             if constexpr (F::kFx == 2) {
-                Reg cb, cr;
-                forwardChroma<V, Layout, F::kShift>(sums, cb, cr);
-                storePlane<AlignedPlanes, 1, V>(planes, 8 * cy + x0 / 2, cb);
-                storePlane<AlignedPlanes, 2, V>(planes, 8 * cy + x0 / 2, cr);
+                // One sample per pair of pixels, in the even 32-bit lanes.
+                const auto chroma = [&](auto output) {
+                    Reg gathered[R / 2];
+                    unroll<R / 2>([&](auto i) {
+                        gathered[i] = V::evenLanes(
+                            weighPixels<V, Layout, output, F::kShift>(sumEven[2 * i], sumOdd[2 * i]),
+                            weighPixels<V, Layout, output, F::kShift>(sumEven[2 * i + 1], sumOdd[2 * i + 1]));
+                    });
+                    return V::packs32(gathered[0], gathered[R / 2 - 1]);
+                };
+                storePlane<AlignedPlanes, 1, V>(planes, 8 * cy + x0 / 2, chroma(std::integral_constant<int, 1>{}));
+                storePlane<AlignedPlanes, 2, V>(planes, 8 * cy + x0 / 2, chroma(std::integral_constant<int, 2>{}));
             }
         }
     }
@@ -407,23 +373,61 @@ void vectorToPlanes(const Lum8u* src, Lum32s step, Lum16s* const* planes)
 
 // ---- Planes to pixels -------------------------------------------------------------------------
 
-// Four registers of bytes, one per channel in memory order, to P interleaved pixels of N bytes.
-template <typename V, int N, int P>
-void storePixels(Lum8u* p, typename V::Reg (&t)[4])
+// What the chroma samples contribute to each output channel, before replication over the cell.
+template <typename V, typename Layout, bool WrapThird>
+void inverseTerms(typename V::Reg cb, typename V::Reg cr, typename V::Reg (&t)[3])
 {
-    constexpr int kRegs = 4 * P / V::kBytes;  // registers of 4-byte pixels that hold the P pixels
-    shuffleRounds<V, 4>(t, 2);
-    if constexpr (N == 4) {
-        unroll<kRegs>([&](auto k) { V::template store<false>(p + k * V::kBytes, t[k]); });
-    } else {
-        // Drop every fourth byte: within each 64-bit lane, then across lanes.
-        const typename V::Reg first = V::set64(0x0000000000FFFFFFull);
-        const typename V::Reg second = V::set64(0x0000FFFFFF000000ull);
-        typename V::Reg g[kRegs];
-        unroll<kRegs>([&](auto k) {
-            g[k] = V::joinLanes(V::or_(V::and_(t[k], first), V::and_(V::template srli64<8>(t[k]), second)));
+    const typename V::Reg k128 = V::set16(128);
+    if constexpr (Layout::kColour) {
+        // 1052672 = 128 * 8224 and 2088960 carry the level shift and the rounding.
+        t[0] = weighOne<V, 13>(cr, pair<V>(11485, 8224));
+        t[1] = narrow<V, 14>([&](auto lanes) {
+            return V::add32(V::madd(lanes.unpack(cb, cr), pair<V>(5638, 11700)), V::set32(-2088960));
         });
-        storeGroups<V, kRegs>(p, g);
+        t[2] = weighOne<V, 13>(cb, pair<V>(14516, 8224));
+    } else {
+        t[1] = clamp8<V>(V::adds16(cb, k128));
+        // The 64-bit SampleUp kernels keep the low byte of the unclamped third component.
+        t[2] = WrapThird ? V::and_(V::add16(cr, k128), V::set16(0xFF)) : clamp8<V>(V::adds16(cr, k128));
+    }
+}
+
+// Channel bytes 0..255 in 16-bit lanes, from pixels' luma and their cells' terms.
+template <typename V, typename Layout>
+void inversePixels(typename V::Reg y, const typename V::Reg (&t)[3], typename V::Reg (&c)[3])
+{
+    if constexpr (Layout::kColour) {
+        c[0] = clamp8<V>(V::add16(y, t[0]));
+        c[1] = clamp8<V>(V::sub16(y, t[1]));
+        c[2] = clamp8<V>(V::add16(y, t[2]));
+    } else {
+        c[0] = clamp8<V>(V::adds16(y, V::set16(128)));
+        c[1] = t[1];
+        c[2] = t[2];
+    }
+}
+
+// Register I of 4-byte pixels into a strip of P pixels of N bytes. Three-byte pixels are cut out of
+// each 64-bit lane and written in pairs of 8 bytes, each store's last 2 bytes overwritten by the
+// next; the strip's last pair is written as two overlapping 4-byte stores.
+template <typename V, int N, int P, int I>
+void storePixels(Lum8u* p, typename V::Reg v)
+{
+    constexpr int Q = V::kBytes / 4;
+    if constexpr (N == 4) {
+        V::template store<false>(p + 4 * Q * I, v);
+    } else {
+        const typename V::Reg c = V::or_(V::and_(v, V::set64(0x0000000000FFFFFFull)),
+                                         V::and_(V::template srli64<8>(v), V::set64(0x0000FFFFFF000000ull)));
+        unroll<Q / 2>([&](auto lane) {
+            constexpr int at = 6 * (Q / 2 * I + lane);
+            if constexpr (at + 8 <= 3 * P) {
+                V::template storeLane<lane>(p + at, c);
+            } else {
+                V::template store4Lane<lane>(p + at, c);
+                V::template store4Lane<lane>(p + at + 2, V::template srli64<16>(c));
+            }
+        });
     }
 }
 
@@ -431,7 +435,7 @@ template <typename V, typename Layout, typename F, unsigned AlignedPlanes, bool 
 void vectorToPixels(const Lum16s* const* planes, Lum8u* dst, Lum32s step)
 {
     using Reg = typename V::Reg;
-    constexpr int H = V::kBytes / 2;
+    constexpr int H = V::kBytes / 2;  // 16-bit lanes of a register
     constexpr int P = stripPixels<V, F>();
     constexpr int kLumaRegs = P / H;
     constexpr int kChromaRegs = P / F::kFx / H;
@@ -445,8 +449,7 @@ void vectorToPixels(const Lum16s* const* planes, Lum8u* dst, Lum32s step)
             });
             for (int r = 0; r < F::kFy; ++r) {
                 const int y = cy * F::kFy + r;
-                Reg c[3][kLumaRegs];
-                [[maybe_unused]] Reg k[kLumaRegs];
+                Lum8u* p = row(dst, step, y) + x0 * Layout::kBytes;
                 unroll<kLumaRegs>([&](auto j) {
                     const int at = lumaIndex(x0 + j * H, y);
                     Reg t[3];
@@ -455,26 +458,26 @@ void vectorToPixels(const Lum16s* const* planes, Lum8u* dst, Lum32s step)
                         const Reg u = terms[F::kFx == 1 ? j : 0][n];
                         t[n] = F::kFx == 1 ? u : (j == 0 ? V::lo16(u, u) : V::hi16(u, u));
                     }
+                    Reg c[4];
                     Reg v[3];
                     inversePixels<V, Layout>(loadPlane<AlignedPlanes, 0, V>(planes, at), t, v);
-                    for (int n = 0; n < 3; ++n) c[n][j] = v[n];
+                    c[Layout::kR] = v[0];
+                    c[Layout::kG] = v[1];
+                    c[Layout::kB] = v[2];
+                    c[3] = V::zero();
                     if constexpr (Layout::kInk)
-                        k[j] = V::adds16(loadPlane<AlignedPlanes, 3, V>(planes, at), V::set16(128));
+                        c[3] = clamp8<V>(V::adds16(loadPlane<AlignedPlanes, 3, V>(planes, at), V::set16(128)));
+                    // Bytes 0, 1 and bytes 2, 3 of each pixel as 16-bit lanes, then whole pixels.
+                    Reg first = V::or_(c[0], V::template slli16<8>(c[1]));
+                    Reg second = V::or_(c[2], V::template slli16<8>(c[3]));
+                    if constexpr (Layout::kInk) {
+                        // The inks are the complements of R, G and B; K is not.
+                        first = V::xor_(first, V::set16(-1));
+                        second = V::xor_(second, V::set16(0xFF));
+                    }
+                    storePixels<V, Layout::kBytes, P, 2 * j>(p, V::lo16(first, second));
+                    storePixels<V, Layout::kBytes, P, 2 * j + 1>(p, V::hi16(first, second));
                 });
-                const auto bytes = [&](const Reg(&v)[kLumaRegs]) {
-                    return V::packus16(v[0], kLumaRegs == 2 ? v[kLumaRegs - 1] : V::zero());
-                };
-                Reg out[4];
-                out[Layout::kR] = bytes(c[0]);
-                out[Layout::kG] = bytes(c[1]);
-                out[Layout::kB] = bytes(c[2]);
-                if constexpr (Layout::kInk) {
-                    for (int n = 0; n < 3; ++n) out[n] = V::xor_(out[n], V::set16(-1));
-                    out[3] = bytes(k);
-                } else {
-                    out[3] = V::zero();
-                }
-                storePixels<V, Layout::kBytes, P>(row(dst, step, y) + x0 * Layout::kBytes, out);
             }
         }
     }
