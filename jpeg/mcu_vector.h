@@ -32,6 +32,7 @@ struct Mmx {
     static Reg evenLanes(Reg a, Reg b) { return _mm_unpacklo_pi32(a, b); }
     static Reg madd(Reg a, Reg b) { return _mm_madd_pi16(a, b); }
     static Reg add32(Reg a, Reg b) { return _mm_add_pi32(a, b); }
+    static Reg sub32(Reg a, Reg b) { return _mm_sub_pi32(a, b); }
     template <int N>
     static Reg srai32(Reg a) { return _mm_srai_pi32(a, N); }
     template <int N>
@@ -94,6 +95,7 @@ struct Sse {
     }
     static Reg madd(Reg a, Reg b) { return _mm_madd_epi16(a, b); }
     static Reg add32(Reg a, Reg b) { return _mm_add_epi32(a, b); }
+    static Reg sub32(Reg a, Reg b) { return _mm_sub_epi32(a, b); }
     template <int N>
     static Reg srai32(Reg a) { return _mm_srai_epi32(a, N); }
     template <int N>
@@ -145,7 +147,7 @@ struct Sse {
         if constexpr (Lane == 0)
             _mm_storel_epi64(static_cast<__m128i*>(p), r);
         else
-            _mm_storeh_pd(static_cast<double*>(p), _mm_castsi128_pd(r));
+            _mm_storeh_pi(static_cast<__m64*>(p), _mm_castsi128_ps(r));
     }
     template <int Lane>
     static void store4Lane(void* p, Reg r)
@@ -210,8 +212,8 @@ typename V::Reg clamp8(typename V::Reg v)
 // ---- Pixels to planes -------------------------------------------------------------------------
 // A register holds kBytes / 4 pixels, one per 32-bit lane as bytes c0, c1, c2, 128, where c0..c2
 // are the pixel's bytes (inks inverted). Its even bytes (c0, c2) and odd bytes (c1, 128) as 16-bit
-// lanes then give every output with two multiply-adds: the weights of c0..c2 and of the constant
-// 128, which carries the level shift and the rounding.
+// lanes then give every colour output with two multiply-adds: the weights of c0..c2 and of the
+// constant 128, which carries the level shift and the rounding. Sampling only moves and shifts.
 
 struct Weights {
     int w[4];
@@ -220,30 +222,33 @@ struct Weights {
 
 // Luma, Cb and Cr weights of the bytes of a pixel in memory.
 template <typename Layout>
-constexpr Weights weightsOf(int output, int chromaShift)
+static constexpr Weights weightsOf(int output, int chromaShift)
 {
-    if constexpr (!Layout::kColour) {
-        // The component itself, less 128 (and n * 128 for the sum of n pixels).
-        Weights p = {{0, 0, 0, -1}, output == 0 ? 0 : chromaShift};
-        p.w[output] = 1;
-        return p;
-    } else {
-        constexpr int rgb[3][4] = {{4899, 9617, 1868, -16320}, {-2764, -5428, 8192, 64}, {8192, -6860, -1332, 64}};
-        Weights p = {{0, 0, 0, rgb[output][3]}, output == 0 ? 14 : 14 + chromaShift};
-        p.w[Layout::kR] = rgb[output][0];
-        p.w[Layout::kG] = rgb[output][1];
-        p.w[Layout::kB] = rgb[output][2];
-        return p;
-    }
+    constexpr int rgb[3][4] = {{4899, 9617, 1868, -16320}, {-2764, -5428, 8192, 64}, {8192, -6860, -1332, 64}};
+    Weights p = {{0, 0, 0, rgb[output][3]}, output == 0 ? 14 : 14 + chromaShift};
+    p.w[Layout::kR] = rgb[output][0];
+    p.w[Layout::kG] = rgb[output][1];
+    p.w[Layout::kB] = rgb[output][2];
+    return p;
 }
 
-// One output per 32-bit lane, from the even and odd byte lanes of the pixels (or of their sums).
+// Output 0, 1 or 2 per 32-bit lane, from the even and odd byte lanes of the pixels (or of the sums
+// over 2^ChromaShift pixels).
 template <typename V, typename Layout, int Output, int ChromaShift>
 typename V::Reg weighPixels(typename V::Reg even, typename V::Reg odd)
 {
-    constexpr Weights p = weightsOf<Layout>(Output, ChromaShift);
-    return V::template srai32<p.shift>(
-        V::add32(V::madd(even, pair<V>(p.w[0], p.w[2])), V::madd(odd, pair<V>(p.w[1], p.w[3]))));
+    if constexpr (Layout::kColour) {
+        constexpr Weights p = weightsOf<Layout>(Output, ChromaShift);
+        return V::template srai32<p.shift>(
+            V::add32(V::madd(even, pair<V>(p.w[0], p.w[2])), V::madd(odd, pair<V>(p.w[1], p.w[3]))));
+    } else {
+        // Component Output itself, its sum shifted down, less 128.
+        const typename V::Reg low = V::set32(0xFFFF);
+        const typename V::Reg c = Output == 0 ? V::and_(even, low)
+                                  : Output == 1 ? V::and_(odd, low)
+                                                : V::template srli32<16>(even);
+        return V::sub32(V::template srli32<Output == 0 ? 0 : ChromaShift>(c), V::set32(128));
+    }
 }
 
 // The 64-bit kernels take strips of 8 pixels (a block row), the 128-bit kernels a whole MCU row.
