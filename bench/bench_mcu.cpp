@@ -18,7 +18,10 @@ using PixelsFn = LumStatus (*)(const Lum16s* const*, Lum8u*, Lum32s);
 
 const char* const kTiers[4] = {"px", "a6", "w7", "t7"};
 
-#define LUM_TIERS_OF(name) {lum::px::name, lum::a6::name, lum::w7::name, lum::t7::name}
+#define LUM_TIERS_OF(name)                                         \
+    {                                                              \
+        lum::px::name, lum::a6::name, lum::w7::name, lum::t7::name \
+    }
 
 struct ToPlanes {
     const char* name;
@@ -137,7 +140,8 @@ void turboEncode(benchmark::State& state)
     int strides[3] = {kSide, kSide / 2, kSide / 2};
     tjhandle handle = tjInitCompress();
     for (auto _ : state) {
-        tjEncodeYUVPlanes(handle, rgb.data(), kSide, kSide * 3, kSide, TJPF_RGB, planes, strides, TJSAMP_420, 0);
+        tjEncodeYUVPlanes(handle, rgb.data(), kSide, kSide * 3, kSide, TJPF_RGB, planes, strides, TJSAMP_420,
+                          0);
         benchmark::ClobberMemory();
     }
     tjDestroy(handle);

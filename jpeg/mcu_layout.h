@@ -49,9 +49,15 @@ struct Packed422 {
 };
 
 // Plane index of pixel (x, y): blocks of 8x8 in raster order, two blocks across.
-static constexpr int lumaIndex(int x, int y) { return 64 * ((x >> 3) + 2 * (y >> 3)) + 8 * (y & 7) + (x & 7); }
+static constexpr int lumaIndex(int x, int y)
+{
+    return 64 * ((x >> 3) + 2 * (y >> 3)) + 8 * (y & 7) + (x & 7);
+}
 
-static inline const Lum8u* row(const Lum8u* p, Lum32s step, int y) { return p + static_cast<ptrdiff_t>(step) * y; }
+static inline const Lum8u* row(const Lum8u* p, Lum32s step, int y)
+{
+    return p + static_cast<ptrdiff_t>(step) * y;
+}
 static inline Lum8u* row(Lum8u* p, Lum32s step, int y) { return p + static_cast<ptrdiff_t>(step) * y; }
 
 // Bit k of `mask` set: plane k must be on a 16-byte boundary.
@@ -105,45 +111,44 @@ LumStatus toPixelsVariant(const Lum16s* const* pSrcMCU, Lum8u* pDst, Lum32s dstS
 }  // namespace lum::mcu
 
 // The 26 exports with their direction, layout and form: X(direction, name, layout, form).
-#define LUM_MCU_EXPORTS(X)                                                    \
-    X(Planes, lumiRGBToYCbCr444LS_MCU_8u16s_C3P3R, Rgb, Form444)              \
-    X(Planes, lumiRGBToYCbCr422LS_MCU_8u16s_C3P3R, Rgb, Form422)              \
-    X(Planes, lumiRGBToYCbCr411LS_MCU_8u16s_C3P3R, Rgb, Form411)              \
-    X(Planes, lumiBGRToYCbCr444LS_MCU_8u16s_C3P3R, Bgr, Form444)              \
-    X(Planes, lumiBGRToYCbCr422LS_MCU_8u16s_C3P3R, Bgr, Form422)              \
-    X(Planes, lumiBGRToYCbCr411LS_MCU_8u16s_C3P3R, Bgr, Form411)              \
-    X(Planes, lumiCMYKToYCCK444LS_MCU_8u16s_C4P4R, Cmyk, Form444)             \
-    X(Planes, lumiCMYKToYCCK422LS_MCU_8u16s_C4P4R, Cmyk, Form422)             \
-    X(Planes, lumiCMYKToYCCK411LS_MCU_8u16s_C4P4R, Cmyk, Form411)             \
-    X(Planes, lumiSampleDown444LS_MCU_8u16s_C3P3R, Plain, Form444)            \
-    X(Planes, lumiSampleDown422LS_MCU_8u16s_C3P3R, Plain, Form422)            \
-    X(Planes, lumiSampleDown411LS_MCU_8u16s_C3P3R, Plain, Form411)            \
-    X(Planes, lumiSplit422LS_MCU_8u16s_C2P3R, Packed422, Form422)             \
-    X(Pixels, lumiYCbCr444ToRGBLS_MCU_16s8u_P3C3R, Rgb, Form444)              \
-    X(Pixels, lumiYCbCr422ToRGBLS_MCU_16s8u_P3C3R, Rgb, Form422)              \
-    X(Pixels, lumiYCbCr411ToRGBLS_MCU_16s8u_P3C3R, Rgb, Form411)              \
-    X(Pixels, lumiYCbCr444ToBGRLS_MCU_16s8u_P3C3R, Bgr, Form444)              \
-    X(Pixels, lumiYCbCr422ToBGRLS_MCU_16s8u_P3C3R, Bgr, Form422)              \
-    X(Pixels, lumiYCbCr411ToBGRLS_MCU_16s8u_P3C3R, Bgr, Form411)              \
-    X(Pixels, lumiYCCK444ToCMYKLS_MCU_16s8u_P4C4R, Cmyk, Form444)             \
-    X(Pixels, lumiYCCK422ToCMYKLS_MCU_16s8u_P4C4R, Cmyk, Form422)             \
-    X(Pixels, lumiYCCK411ToCMYKLS_MCU_16s8u_P4C4R, Cmyk, Form411)             \
-    X(Pixels, lumiSampleUp444LS_MCU_16s8u_P3C3R, Plain, Form444)              \
-    X(Pixels, lumiSampleUp422LS_MCU_16s8u_P3C3R, Plain, Form422)              \
-    X(Pixels, lumiSampleUp411LS_MCU_16s8u_P3C3R, Plain, Form411)              \
+#define LUM_MCU_EXPORTS(X)                                         \
+    X(Planes, lumiRGBToYCbCr444LS_MCU_8u16s_C3P3R, Rgb, Form444)   \
+    X(Planes, lumiRGBToYCbCr422LS_MCU_8u16s_C3P3R, Rgb, Form422)   \
+    X(Planes, lumiRGBToYCbCr411LS_MCU_8u16s_C3P3R, Rgb, Form411)   \
+    X(Planes, lumiBGRToYCbCr444LS_MCU_8u16s_C3P3R, Bgr, Form444)   \
+    X(Planes, lumiBGRToYCbCr422LS_MCU_8u16s_C3P3R, Bgr, Form422)   \
+    X(Planes, lumiBGRToYCbCr411LS_MCU_8u16s_C3P3R, Bgr, Form411)   \
+    X(Planes, lumiCMYKToYCCK444LS_MCU_8u16s_C4P4R, Cmyk, Form444)  \
+    X(Planes, lumiCMYKToYCCK422LS_MCU_8u16s_C4P4R, Cmyk, Form422)  \
+    X(Planes, lumiCMYKToYCCK411LS_MCU_8u16s_C4P4R, Cmyk, Form411)  \
+    X(Planes, lumiSampleDown444LS_MCU_8u16s_C3P3R, Plain, Form444) \
+    X(Planes, lumiSampleDown422LS_MCU_8u16s_C3P3R, Plain, Form422) \
+    X(Planes, lumiSampleDown411LS_MCU_8u16s_C3P3R, Plain, Form411) \
+    X(Planes, lumiSplit422LS_MCU_8u16s_C2P3R, Packed422, Form422)  \
+    X(Pixels, lumiYCbCr444ToRGBLS_MCU_16s8u_P3C3R, Rgb, Form444)   \
+    X(Pixels, lumiYCbCr422ToRGBLS_MCU_16s8u_P3C3R, Rgb, Form422)   \
+    X(Pixels, lumiYCbCr411ToRGBLS_MCU_16s8u_P3C3R, Rgb, Form411)   \
+    X(Pixels, lumiYCbCr444ToBGRLS_MCU_16s8u_P3C3R, Bgr, Form444)   \
+    X(Pixels, lumiYCbCr422ToBGRLS_MCU_16s8u_P3C3R, Bgr, Form422)   \
+    X(Pixels, lumiYCbCr411ToBGRLS_MCU_16s8u_P3C3R, Bgr, Form411)   \
+    X(Pixels, lumiYCCK444ToCMYKLS_MCU_16s8u_P4C4R, Cmyk, Form444)  \
+    X(Pixels, lumiYCCK422ToCMYKLS_MCU_16s8u_P4C4R, Cmyk, Form422)  \
+    X(Pixels, lumiYCCK411ToCMYKLS_MCU_16s8u_P4C4R, Cmyk, Form411)  \
+    X(Pixels, lumiSampleUp444LS_MCU_16s8u_P3C3R, Plain, Form444)   \
+    X(Pixels, lumiSampleUp422LS_MCU_16s8u_P3C3R, Plain, Form422)   \
+    X(Pixels, lumiSampleUp411LS_MCU_16s8u_P3C3R, Plain, Form411)   \
     X(Pixels, lumiJoin422LS_MCU_16s8u_P3C2R, Packed422, Form422)
 
 // Each tier file names its policy McuTier and expands LUM_MCU_EXPORTS(LUM_MCU_DEFINE_VARIANT).
-#define LUM_MCU_DEFINE_VARIANT(direction, name, Layout, F) LUM_MCU_VARIANT_##direction(McuTier, name, Layout, F)
-#define LUM_MCU_VARIANT_Planes(Tier, name, Layout, F)                                         \
-    LumStatus name(const Lum8u* pSrc, Lum32s srcStep, Lum16s* const pDstMCU[])                 \
-    {                                                                                          \
-        return ::lum::mcu::toPlanesVariant<Tier, ::lum::mcu::Layout, ::lum::mcu::F>(pSrc, srcStep, \
-                                                                                    pDstMCU);  \
+#define LUM_MCU_DEFINE_VARIANT(direction, name, Layout, F) \
+    LUM_MCU_VARIANT_##direction(McuTier, name, Layout, F)
+#define LUM_MCU_VARIANT_Planes(Tier, name, Layout, F)                                                        \
+    LumStatus name(const Lum8u* pSrc, Lum32s srcStep, Lum16s* const pDstMCU[])                               \
+    {                                                                                                        \
+        return ::lum::mcu::toPlanesVariant<Tier, ::lum::mcu::Layout, ::lum::mcu::F>(pSrc, srcStep, pDstMCU); \
     }
-#define LUM_MCU_VARIANT_Pixels(Tier, name, Layout, F)                                          \
-    LumStatus name(const Lum16s* const pSrcMCU[], Lum8u* pDst, Lum32s dstStep)                 \
-    {                                                                                          \
-        return ::lum::mcu::toPixelsVariant<Tier, ::lum::mcu::Layout, ::lum::mcu::F>(pSrcMCU, pDst, \
-                                                                                    dstStep);  \
+#define LUM_MCU_VARIANT_Pixels(Tier, name, Layout, F)                                                        \
+    LumStatus name(const Lum16s* const pSrcMCU[], Lum8u* pDst, Lum32s dstStep)                               \
+    {                                                                                                        \
+        return ::lum::mcu::toPixelsVariant<Tier, ::lum::mcu::Layout, ::lum::mcu::F>(pSrcMCU, pDst, dstStep); \
     }

@@ -12,8 +12,14 @@ namespace {
 int32_t lumaPx(const int32_t (&c)[3]) { return ((19595 * c[0] + 38470 * c[1] + 7471 * c[2]) >> 16) - 128; }
 
 // Chroma of the sums of n = 2^shift pixels: one shift averages and scales.
-int32_t cbPx(const int32_t (&s)[3], int shift) { return (-11059 * s[0] - 21709 * s[1] + 32768 * s[2]) >> (16 + shift); }
-int32_t crPx(const int32_t (&s)[3], int shift) { return (32768 * s[0] - 27439 * s[1] - 5329 * s[2]) >> (16 + shift); }
+int32_t cbPx(const int32_t (&s)[3], int shift)
+{
+    return (-11059 * s[0] - 21709 * s[1] + 32768 * s[2]) >> (16 + shift);
+}
+int32_t crPx(const int32_t (&s)[3], int shift)
+{
+    return (32768 * s[0] - 27439 * s[1] - 5329 * s[2]) >> (16 + shift);
+}
 
 // The three components of a pixel: R, G, B for colour layouts (inks inverted), else the bytes.
 template <typename Layout>

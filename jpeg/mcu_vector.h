@@ -34,9 +34,15 @@ struct Mmx {
     static Reg add32(Reg a, Reg b) { return _mm_add_pi32(a, b); }
     static Reg sub32(Reg a, Reg b) { return _mm_sub_pi32(a, b); }
     template <int N>
-    static Reg srai32(Reg a) { return _mm_srai_pi32(a, N); }
+    static Reg srai32(Reg a)
+    {
+        return _mm_srai_pi32(a, N);
+    }
     template <int N>
-    static Reg srli32(Reg a) { return _mm_srli_pi32(a, N); }
+    static Reg srli32(Reg a)
+    {
+        return _mm_srli_pi32(a, N);
+    }
     static Reg packs32(Reg a, Reg b) { return _mm_packs_pi32(a, b); }
     static Reg add16(Reg a, Reg b) { return _mm_add_pi16(a, b); }
     static Reg sub16(Reg a, Reg b) { return _mm_sub_pi16(a, b); }
@@ -44,13 +50,25 @@ struct Mmx {
     static Reg max16(Reg a, Reg b) { return _mm_max_pi16(a, b); }
     static Reg min16(Reg a, Reg b) { return _mm_min_pi16(a, b); }
     template <int N>
-    static Reg srli16(Reg a) { return _mm_srli_pi16(a, N); }
+    static Reg srli16(Reg a)
+    {
+        return _mm_srli_pi16(a, N);
+    }
     template <int N>
-    static Reg slli16(Reg a) { return _mm_slli_pi16(a, N); }
+    static Reg slli16(Reg a)
+    {
+        return _mm_slli_pi16(a, N);
+    }
     template <int N>
-    static Reg srli64(Reg a) { return _mm_srli_si64(a, N); }
+    static Reg srli64(Reg a)
+    {
+        return _mm_srli_si64(a, N);
+    }
     template <int N>
-    static Reg slli64(Reg a) { return _mm_slli_si64(a, N); }
+    static Reg slli64(Reg a)
+    {
+        return _mm_slli_si64(a, N);
+    }
     static Reg packus16(Reg a, Reg b) { return _mm_packs_pu16(a, b); }
     static Reg and_(Reg a, Reg b) { return _mm_and_si64(a, b); }
     static Reg or_(Reg a, Reg b) { return _mm_or_si64(a, b); }
@@ -65,9 +83,15 @@ struct Mmx {
     static Reg load8(const void* p) { return load<false>(p); }
     static Reg loadHalves(const void* p) { return load<false>(p); }
     template <bool Aligned>
-    static void store(void* p, Reg r) { std::memcpy(p, &r, sizeof r); }
+    static void store(void* p, Reg r)
+    {
+        std::memcpy(p, &r, sizeof r);
+    }
     template <int Lane>
-    static void storeLane(void* p, Reg r) { std::memcpy(p, &r, sizeof r); }
+    static void storeLane(void* p, Reg r)
+    {
+        std::memcpy(p, &r, sizeof r);
+    }
     template <int Lane>
     static void store4Lane(void* p, Reg r)
     {
@@ -91,15 +115,22 @@ struct Sse {
     // 32-bit lanes 0 and 2 of a, then of b.
     static Reg evenLanes(Reg a, Reg b)
     {
-        return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(2, 0, 2, 0)));
+        return _mm_castps_si128(
+            _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(2, 0, 2, 0)));
     }
     static Reg madd(Reg a, Reg b) { return _mm_madd_epi16(a, b); }
     static Reg add32(Reg a, Reg b) { return _mm_add_epi32(a, b); }
     static Reg sub32(Reg a, Reg b) { return _mm_sub_epi32(a, b); }
     template <int N>
-    static Reg srai32(Reg a) { return _mm_srai_epi32(a, N); }
+    static Reg srai32(Reg a)
+    {
+        return _mm_srai_epi32(a, N);
+    }
     template <int N>
-    static Reg srli32(Reg a) { return _mm_srli_epi32(a, N); }
+    static Reg srli32(Reg a)
+    {
+        return _mm_srli_epi32(a, N);
+    }
     static Reg packs32(Reg a, Reg b) { return _mm_packs_epi32(a, b); }
     static Reg add16(Reg a, Reg b) { return _mm_add_epi16(a, b); }
     static Reg sub16(Reg a, Reg b) { return _mm_sub_epi16(a, b); }
@@ -107,13 +138,25 @@ struct Sse {
     static Reg max16(Reg a, Reg b) { return _mm_max_epi16(a, b); }
     static Reg min16(Reg a, Reg b) { return _mm_min_epi16(a, b); }
     template <int N>
-    static Reg srli16(Reg a) { return _mm_srli_epi16(a, N); }
+    static Reg srli16(Reg a)
+    {
+        return _mm_srli_epi16(a, N);
+    }
     template <int N>
-    static Reg slli16(Reg a) { return _mm_slli_epi16(a, N); }
+    static Reg slli16(Reg a)
+    {
+        return _mm_slli_epi16(a, N);
+    }
     template <int N>
-    static Reg srli64(Reg a) { return _mm_srli_epi64(a, N); }
+    static Reg srli64(Reg a)
+    {
+        return _mm_srli_epi64(a, N);
+    }
     template <int N>
-    static Reg slli64(Reg a) { return _mm_slli_epi64(a, N); }
+    static Reg slli64(Reg a)
+    {
+        return _mm_slli_epi64(a, N);
+    }
     static Reg packus16(Reg a, Reg b) { return _mm_packus_epi16(a, b); }
     static Reg and_(Reg a, Reg b) { return _mm_and_si128(a, b); }
     static Reg or_(Reg a, Reg b) { return _mm_or_si128(a, b); }
@@ -163,8 +206,8 @@ struct Sse {
 template <int N, typename Fn>
 static inline void unroll(Fn&& fn)
 {
-    [&]<int... I>(std::integer_sequence<int, I...>) { (fn(std::integral_constant<int, I>{}), ...); }(
-        std::make_integer_sequence<int, N>{});
+    [&]<int... I>(std::integer_sequence<int, I...>) { (fn(std::integral_constant<int, I>{}), ...); }
+    (std::make_integer_sequence<int, N>{});
 }
 
 // ---- Arithmetic on 16-bit lanes ---------------------------------------------------------------
@@ -192,7 +235,8 @@ struct HighLanes {
 template <typename V, int Shift, typename Sums>
 typename V::Reg narrow(Sums sums)
 {
-    return V::packs32(V::template srai32<Shift>(sums(LowLanes<V>{})), V::template srai32<Shift>(sums(HighLanes<V>{})));
+    return V::packs32(V::template srai32<Shift>(sums(LowLanes<V>{})),
+                      V::template srai32<Shift>(sums(HighLanes<V>{})));
 }
 
 // (w * x + 128 * bias) >> Shift on 16-bit lanes.
@@ -224,7 +268,8 @@ struct Weights {
 template <typename Layout>
 static constexpr Weights weightsOf(int output, int chromaShift)
 {
-    constexpr int rgb[3][4] = {{4899, 9617, 1868, -16320}, {-2764, -5428, 8192, 64}, {8192, -6860, -1332, 64}};
+    constexpr int rgb[3][4] = {
+        {4899, 9617, 1868, -16320}, {-2764, -5428, 8192, 64}, {8192, -6860, -1332, 64}};
     Weights p = {{0, 0, 0, rgb[output][3]}, output == 0 ? 14 : 14 + chromaShift};
     p.w[Layout::kR] = rgb[output][0];
     p.w[Layout::kG] = rgb[output][1];
@@ -244,10 +289,10 @@ typename V::Reg weighPixels(typename V::Reg even, typename V::Reg odd)
     } else {
         // Component Output itself, its sum shifted down, less 128.
         const typename V::Reg low = V::set32(0xFFFF);
-        const typename V::Reg c = Output == 0 ? V::and_(even, low)
+        const typename V::Reg c = Output == 0   ? V::and_(even, low)
                                   : Output == 1 ? V::and_(odd, low)
                                                 : V::template srli32<16>(even);
-        return V::sub32(V::template srli32<Output == 0 ? 0 : ChromaShift>(c), V::set32(128));
+        return V::sub32(V::template srli32 < Output == 0 ? 0 : ChromaShift > (c), V::set32(128));
     }
 }
 
@@ -283,7 +328,8 @@ typename V::Reg loadPixels(const Lum8u* p, typename V::Reg& k)
         if constexpr (kPairs == 1)
             q = pairAt(std::integral_constant<int, I>{});
         else
-            q = V::joinHalves(pairAt(std::integral_constant<int, 2 * I>{}), pairAt(std::integral_constant<int, 2 * I + 1>{}));
+            q = V::joinHalves(pairAt(std::integral_constant<int, 2 * I>{}),
+                              pairAt(std::integral_constant<int, 2 * I + 1>{}));
         const Reg first = V::and_(q, V::set64(0x0000000000FFFFFFull));
         const Reg second = V::and_(V::template slli64<8>(q), V::set64(0x00FFFFFF00000000ull));
         return V::or_(V::or_(first, second), k128);
@@ -335,24 +381,28 @@ void vectorToPlanes(const Lum8u* src, Lum32s step, Lum16s* const* planes)
                 unroll<R / 2>([&](auto i) {
                     constexpr int a = 2 * i, b = 2 * i + 1;
                     const int at = lumaIndex(x0 + a * Q, y);
-                    storePlane<AlignedPlanes, 0, V>(planes, at,
-                                                    V::packs32(weighPixels<V, Layout, 0, 0>(even[a], odd[a]),
-                                                               weighPixels<V, Layout, 0, 0>(even[b], odd[b])));
+                    storePlane<AlignedPlanes, 0, V>(
+                        planes, at,
+                        V::packs32(weighPixels<V, Layout, 0, 0>(even[a], odd[a]),
+                                   weighPixels<V, Layout, 0, 0>(even[b], odd[b])));
                     if constexpr (Layout::kInk)
                         storePlane<AlignedPlanes, 3, V>(planes, at, V::sub16(V::packs32(k[a], k[b]), k128));
                     if constexpr (F::kFx == 1) {
                         const int c = 8 * y + x0 + a * Q;
-                        storePlane<AlignedPlanes, 1, V>(planes, c,
-                                                        V::packs32(weighPixels<V, Layout, 1, 0>(even[a], odd[a]),
-                                                                   weighPixels<V, Layout, 1, 0>(even[b], odd[b])));
-                        storePlane<AlignedPlanes, 2, V>(planes, c,
-                                                        V::packs32(weighPixels<V, Layout, 2, 0>(even[a], odd[a]),
-                                                                   weighPixels<V, Layout, 2, 0>(even[b], odd[b])));
+                        storePlane<AlignedPlanes, 1, V>(
+                            planes, c,
+                            V::packs32(weighPixels<V, Layout, 1, 0>(even[a], odd[a]),
+                                       weighPixels<V, Layout, 1, 0>(even[b], odd[b])));
+                        storePlane<AlignedPlanes, 2, V>(
+                            planes, c,
+                            V::packs32(weighPixels<V, Layout, 2, 0>(even[a], odd[a]),
+                                       weighPixels<V, Layout, 2, 0>(even[b], odd[b])));
                     }
                 });
                 if constexpr (F::kFx == 2) {
                     for (int i = 0; i < R; ++i) {
-                        sumEven[i] = r == 0 ? pairSums<V>(even[i]) : V::add16(sumEven[i], pairSums<V>(even[i]));
+                        sumEven[i] =
+                            r == 0 ? pairSums<V>(even[i]) : V::add16(sumEven[i], pairSums<V>(even[i]));
                         sumOdd[i] = r == 0 ? pairSums<V>(odd[i]) : V::add16(sumOdd[i], pairSums<V>(odd[i]));
                     }
                 }
@@ -368,8 +418,10 @@ void vectorToPlanes(const Lum8u* src, Lum32s step, Lum16s* const* planes)
                     });
                     return V::packs32(gathered[0], gathered[R / 2 - 1]);
                 };
-                storePlane<AlignedPlanes, 1, V>(planes, 8 * cy + x0 / 2, chroma(std::integral_constant<int, 1>{}));
-                storePlane<AlignedPlanes, 2, V>(planes, 8 * cy + x0 / 2, chroma(std::integral_constant<int, 2>{}));
+                storePlane<AlignedPlanes, 1, V>(planes, 8 * cy + x0 / 2,
+                                                chroma(std::integral_constant<int, 1>{}));
+                storePlane<AlignedPlanes, 2, V>(planes, 8 * cy + x0 / 2,
+                                                chroma(std::integral_constant<int, 2>{}));
             }
         }
     }
@@ -471,7 +523,8 @@ void vectorToPixels(const Lum16s* const* planes, Lum8u* dst, Lum32s step)
                     c[Layout::kB] = v[2];
                     c[3] = V::zero();
                     if constexpr (Layout::kInk)
-                        c[3] = clamp8<V>(V::adds16(loadPlane<AlignedPlanes, 3, V>(planes, at), V::set16(128)));
+                        c[3] =
+                            clamp8<V>(V::adds16(loadPlane<AlignedPlanes, 3, V>(planes, at), V::set16(128)));
                     // Bytes 0, 1 and bytes 2, 3 of each pixel as 16-bit lanes, then whole pixels.
                     Reg first = V::or_(c[0], V::template slli16<8>(c[1]));
                     Reg second = V::or_(c[2], V::template slli16<8>(c[3]));
@@ -505,10 +558,12 @@ void vectorSplit(const Lum8u* src, Lum32s step, Lum16s* const* planes)
             const Reg a = Aligned ? V::template load<true>(p + i * W) : V::loadHalves(p + i * W);
             const Reg b = Aligned ? V::template load<true>(p + (i + 1) * W) : V::loadHalves(p + (i + 1) * W);
             V::template store<Aligned>(planes[0] + lumaIndex(i * H, y), V::sub16(V::and_(a, low), k128));
-            V::template store<Aligned>(planes[0] + lumaIndex((i + 1) * H, y), V::sub16(V::and_(b, low), k128));
+            V::template store<Aligned>(planes[0] + lumaIndex((i + 1) * H, y),
+                                       V::sub16(V::and_(b, low), k128));
             const Reg chroma = V::packus16(V::template srli16<8>(a), V::template srli16<8>(b));
             V::template store<Aligned>(planes[1] + 8 * y + i * H / 2, V::sub16(V::and_(chroma, low), k128));
-            V::template store<Aligned>(planes[2] + 8 * y + i * H / 2, V::sub16(V::template srli16<8>(chroma), k128));
+            V::template store<Aligned>(planes[2] + 8 * y + i * H / 2,
+                                       V::sub16(V::template srli16<8>(chroma), k128));
         }
     }
     V::finish();

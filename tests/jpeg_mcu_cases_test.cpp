@@ -60,7 +60,8 @@ void fillPlanes(PlaneSet& s, const Export& e, const std::vector<int>& values)
 // Every element of plane k must be `value`.
 void expectUniformPlane(const PlaneSet& s, const Export& e, int k, int value)
 {
-    for (int i = 0; i < planeSize(e, k); ++i) ASSERT_EQ(s.planes[k][i], value) << e.name << " plane " << k << " element " << i;
+    for (int i = 0; i < planeSize(e, k); ++i)
+        ASSERT_EQ(s.planes[k][i], value) << e.name << " plane " << k << " element " << i;
 }
 
 // Every pixel of the MCU must be `pixel`.
@@ -149,7 +150,8 @@ TEST_P(McuCasesTest, AStepOfOneReadsOverlappingRows)
         ASSERT_EQ(e.toPlanes(src, 1, s.planes), lumStsNoErr) << e.name;
         const Planes m = modelToPlanes(e, isPx() ? Arith::px : Arith::vector, src, 1);
         for (int k = 0; k < planeCount(e.kind); ++k)
-            EXPECT_EQ(std::memcmp(s.planes[k], m.p[k].data(), 2 * m.p[k].size()), 0) << e.name << " plane " << k;
+            EXPECT_EQ(std::memcmp(s.planes[k], m.p[k].data(), 2 * m.p[k].size()), 0)
+                << e.name << " plane " << k;
     }
 }
 
@@ -173,7 +175,8 @@ TEST_P(McuCasesTest, BgrIsRgbWithTheOuterBytesExchanged)
         const Export& rgbOut = find("YCbCr" + f + "ToRGB");
         const Export& bgrOut = find("YCbCr" + f + "ToBGR");
         for (int k = 0; k < 3; ++k)
-            for (int i = 0; i < 256; ++i) a.planes[k][i] = static_cast<Lum16s>(static_cast<int>(rng() % 1201) - 600);
+            for (int i = 0; i < 256; ++i)
+                a.planes[k][i] = static_cast<Lum16s>(static_cast<int>(rng() % 1201) - 600);
         auto fromRgb = toPixels(rgbOut, a);
         const auto fromBgr = toPixels(bgrOut, a);
         for (size_t i = 0; i < fromRgb.size(); i += 3) std::swap(fromRgb[i], fromRgb[i + 2]);
@@ -187,10 +190,14 @@ TEST_P(McuCasesTest, PlanesToColourTable)
 {
     // Y, Cb, Cr; px R, G, B; vector R, G, B.
     const int table[][9] = {
-        {-128, 0, 0, 0, 0, 0, 0, 0, 0},          {127, 0, 0, 255, 255, 255, 255, 255, 255},
-        {0, 0, 0, 128, 128, 128, 128, 128, 128}, {0, 127, 0, 128, 84, 255, 128, 84, 255},
-        {0, 0, 127, 255, 37, 128, 255, 37, 128}, {0, -128, -128, 0, 255, 0, 0, 255, 0},
-        {10, 37, -50, 67, 160, 203, 68, 161, 204}, {-20, -3, 5, 115, 105, 102, 115, 105, 103},
+        {-128, 0, 0, 0, 0, 0, 0, 0, 0},
+        {127, 0, 0, 255, 255, 255, 255, 255, 255},
+        {0, 0, 0, 128, 128, 128, 128, 128, 128},
+        {0, 127, 0, 128, 84, 255, 128, 84, 255},
+        {0, 0, 127, 255, 37, 128, 255, 37, 128},
+        {0, -128, -128, 0, 255, 0, 0, 255, 0},
+        {10, 37, -50, 67, 160, 203, 68, 161, 204},
+        {-20, -3, 5, 115, 105, 102, 115, 105, 103},
     };
     for (const char* name : {"YCbCr444ToRGB", "YCbCr422ToRGB", "YCbCr411ToRGB", "YCbCr444ToBGR",
                              "YCbCr422ToBGR", "YCbCr411ToBGR"}) {
@@ -415,7 +422,8 @@ TEST_P(McuCasesTest, SampleUpIgnoresAlignmentInItsResult)
         const Export& e = find(name);
         PlaneSet aligned;
         for (int k = 0; k < 3; ++k)
-            for (int i = 0; i < 256; ++i) aligned.planes[k][i] = static_cast<Lum16s>(static_cast<int>(rng() % 256) - 128);
+            for (int i = 0; i < 256; ++i)
+                aligned.planes[k][i] = static_cast<Lum16s>(static_cast<int>(rng() % 256) - 128);
         const auto want = toPixels(e, aligned);
         for (int k = 0; k < 3; ++k) {
             std::array<int, 4> shift = {0, 0, 0, 0};
@@ -488,7 +496,8 @@ TEST_P(McuCasesTest, JoinClampsEveryElement)
 {
     const Export& e = find("Join422");
     PlaneSet s;
-    for (auto [v, want] : {std::pair{127, 255}, {-128, 0}, {1000, 255}, {-1000, 0}, {32767, 255}, {-32768, 0}}) {
+    for (auto [v, want] :
+         {std::pair{127, 255}, {-128, 0}, {1000, 255}, {-1000, 0}, {32767, 255}, {-32768, 0}}) {
         fillPlanes(s, e, {v, v, v});
         expectUniformPixels(toPixels(e, s), e, {want});
     }

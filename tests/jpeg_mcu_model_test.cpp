@@ -115,7 +115,8 @@ TEST_P(McuModelTest, PixelsToPlanesMatchTheModels)
         const int rb = rowBytes(e);
         // Every row ends right before an inaccessible page.
         StripedRows striped(g.height, rb);
-        for (int y = 0; y < g.height; ++y) fill(striped.data() + static_cast<size_t>(y) * striped.step(), rb, rng);
+        for (int y = 0; y < g.height; ++y)
+            fill(striped.data() + static_cast<size_t>(y) * striped.step(), rb, rng);
         checkToPlanes(e, slot(), striped.data(), striped.step());
         // Packed rows, and rows with an odd gap, the last one against an inaccessible page, at
         // several source alignments.
@@ -138,10 +139,12 @@ void checkToPixels(const Export& e, int slot, const InputPlanes& in, Lum32s step
     const size_t span = static_cast<size_t>(step) * (g.height - 1) + rb;
     CanaryBuffer dst(span, 64, offset);
     const void* addresses[4] = {in.planes[0], in.planes[1], in.planes[2], in.planes[3]};
-    const std::vector<uint8_t> m = modelToPixels(e, expectedArith(slot, e, addresses), wrapsThird(slot, e), in.model);
+    const std::vector<uint8_t> m =
+        modelToPixels(e, expectedArith(slot, e, addresses), wrapsThird(slot, e), in.model);
     ASSERT_EQ(e.toPixels(in.planes, dst.data(), step), lumStsNoErr);
     for (int y = 0; y < g.height; ++y) {
-        EXPECT_EQ(std::memcmp(dst.data() + static_cast<size_t>(y) * step, &m[static_cast<size_t>(y) * rb], rb), 0)
+        EXPECT_EQ(
+            std::memcmp(dst.data() + static_cast<size_t>(y) * step, &m[static_cast<size_t>(y) * rb], rb), 0)
             << "row " << y;
         if (y + 1 < g.height) {
             for (int i = rb; i < step; ++i)
@@ -188,9 +191,12 @@ TEST_P(McuModelTest, PlanesToPixelsStayInsideEachRow)
             StripedRows dst(g.height, rb);
             ASSERT_EQ(e.toPixels(in.planes, dst.data(), dst.step()), lumStsNoErr);
             const void* addresses[4] = {in.planes[0], in.planes[1], in.planes[2], in.planes[3]};
-            const auto m = modelToPixels(e, expectedArith(slot(), e, addresses), wrapsThird(slot(), e), in.model);
+            const auto m =
+                modelToPixels(e, expectedArith(slot(), e, addresses), wrapsThird(slot(), e), in.model);
             for (int y = 0; y < g.height; ++y)
-                EXPECT_EQ(std::memcmp(dst.data() + static_cast<size_t>(y) * dst.step(), &m[static_cast<size_t>(y) * rb], rb), 0);
+                EXPECT_EQ(std::memcmp(dst.data() + static_cast<size_t>(y) * dst.step(),
+                                      &m[static_cast<size_t>(y) * rb], rb),
+                          0);
         }
     }
 }

@@ -113,10 +113,16 @@ struct Planes {
     std::vector<int16_t> p[4];
 };
 
-inline int32_t wrap32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v))); }
+inline int32_t wrap32(int64_t v)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v)));
+}
 inline int32_t clampTo(int32_t v, int32_t lo, int32_t hi) { return v < lo ? lo : (v > hi ? hi : v); }
 inline uint8_t clamp8(int32_t v) { return static_cast<uint8_t>(clampTo(v, 0, 255)); }
-inline int16_t wrapTo16(int32_t v) { return static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(v))); }
+inline int16_t wrapTo16(int32_t v)
+{
+    return static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>(v)));
+}
 
 // R, G, B of a pixel in memory (inks inverted); for the plain layout, its three bytes.
 inline void colourOf(Kind kind, const uint8_t* p, int32_t (&c)[3])
@@ -140,8 +146,10 @@ inline Planes modelToPlanes(const Export& e, Arith arith, const uint8_t* src, pt
         for (int y = 0; y < 8; ++y)
             for (int b = 0; b < 32; ++b) {
                 const int v = src[y * step + b] - 128;
-                if (b % 2 == 0) out.p[0][lumaAt(b / 2, y)] = static_cast<int16_t>(v);
-                else out.p[b % 4 == 1 ? 1 : 2][8 * y + b / 4] = static_cast<int16_t>(v);
+                if (b % 2 == 0)
+                    out.p[0][lumaAt(b / 2, y)] = static_cast<int16_t>(v);
+                else
+                    out.p[b % 4 == 1 ? 1 : 2][8 * y + b / 4] = static_cast<int16_t>(v);
             }
         return out;
     }
@@ -151,9 +159,12 @@ inline Planes modelToPlanes(const Export& e, Arith arith, const uint8_t* src, pt
             int32_t c[3];
             colourOf(e.kind, p, c);
             int32_t luma;
-            if (e.kind == Kind::plain) luma = c[0] - 128;
-            else if (arith == Arith::px) luma = ((19595 * c[0] + 38470 * c[1] + 7471 * c[2]) >> 16) - 128;
-            else luma = (4899 * c[0] + 9617 * c[1] + 1868 * c[2] - 2088960) >> 14;
+            if (e.kind == Kind::plain)
+                luma = c[0] - 128;
+            else if (arith == Arith::px)
+                luma = ((19595 * c[0] + 38470 * c[1] + 7471 * c[2]) >> 16) - 128;
+            else
+                luma = (4899 * c[0] + 9617 * c[1] + 1868 * c[2] - 2088960) >> 14;
             out.p[0][lumaAt(x, y)] = static_cast<int16_t>(luma);
             if (e.kind == Kind::cmyk) out.p[3][lumaAt(x, y)] = static_cast<int16_t>(p[3] - 128);
         }
@@ -194,7 +205,8 @@ inline std::vector<uint8_t> modelToPixels(const Export& e, Arith arith, bool wra
     if (e.kind == Kind::packed) {
         for (int y = 0; y < 8; ++y)
             for (int b = 0; b < 32; ++b) {
-                const int v = b % 2 == 0 ? in.p[0][lumaAt(b / 2, y)] : in.p[b % 4 == 1 ? 1 : 2][8 * y + b / 4];
+                const int v =
+                    b % 2 == 0 ? in.p[0][lumaAt(b / 2, y)] : in.p[b % 4 == 1 ? 1 : 2][8 * y + b / 4];
                 out[y * rb + b] = clamp8(v + 128);
             }
         return out;
@@ -225,7 +237,8 @@ inline std::vector<uint8_t> modelToPixels(const Export& e, Arith arith, bool wra
                 rgb[2] = clamp8(wrapTo16(Y + tb));
             }
             if (e.kind == Kind::bgr) {
-                p[0] = static_cast<uint8_t>(rgb[2]), p[1] = static_cast<uint8_t>(rgb[1]), p[2] = static_cast<uint8_t>(rgb[0]);
+                p[0] = static_cast<uint8_t>(rgb[2]), p[1] = static_cast<uint8_t>(rgb[1]),
+                p[2] = static_cast<uint8_t>(rgb[0]);
             } else if (e.kind == Kind::cmyk) {
                 for (int k = 0; k < 3; ++k) p[k] = static_cast<uint8_t>(255 - rgb[k]);
                 const int32_t kv = in.p[3][lumaAt(x, y)] + 128;

@@ -59,7 +59,8 @@ struct Agreement {
         std::string s;
         for (const auto& [d, n] : counts) {
             char buf[64];
-            std::snprintf(buf, sizeof buf, " |d|=%d: %.1f%%", d, 100.0 * static_cast<double>(n) / static_cast<double>(total));
+            std::snprintf(buf, sizeof buf, " |d|=%d: %.1f%%", d,
+                          100.0 * static_cast<double>(n) / static_cast<double>(total));
             s += buf;
         }
         return s;
@@ -97,8 +98,8 @@ TEST_P(McuOracleTest, RgbToYCbCrAgreesWithLibjpegTurbo)
         std::vector<unsigned char> y(kWidth * kHeight), cb(cw * ch), cr(cw * ch);
         unsigned char* planes[3] = {y.data(), cb.data(), cr.data()};
         int strides[3] = {kWidth, cw, cw};
-        ASSERT_EQ(tjEncodeYUVPlanes(tj.encoder(), rgb.data(), kWidth, kWidth * 3, kHeight, TJPF_RGB, planes, strides,
-                                    f.tjSamp, 0),
+        ASSERT_EQ(tjEncodeYUVPlanes(tj.encoder(), rgb.data(), kWidth, kWidth * 3, kHeight, TJPF_RGB, planes,
+                                    strides, f.tjSamp, 0),
                   0)
             << tjGetErrorStr2(tj.encoder());
         Agreement luma, chroma;
@@ -136,8 +137,8 @@ TEST_P(McuOracleTest, YCbCrToRgbAgreesWithLibjpegTurbo)
         int strides[3] = {kWidth, cw, cw};
         std::vector<unsigned char> rgb(kWidth * kHeight * 3);
         // Fast upsampling replicates chroma, as the MCU functions do.
-        ASSERT_EQ(tjDecodeYUVPlanes(tj.decoder(), planes, strides, f.tjSamp, rgb.data(), kWidth, kWidth * 3, kHeight,
-                                    TJPF_RGB, TJFLAG_FASTUPSAMPLE),
+        ASSERT_EQ(tjDecodeYUVPlanes(tj.decoder(), planes, strides, f.tjSamp, rgb.data(), kWidth, kWidth * 3,
+                                    kHeight, TJPF_RGB, TJFLAG_FASTUPSAMPLE),
                   0)
             << tjGetErrorStr2(tj.decoder());
         Agreement agreement;
@@ -159,7 +160,8 @@ TEST_P(McuOracleTest, YCbCrToRgbAgreesWithLibjpegTurbo)
                     for (int i = 0; i < f.width * 3; ++i)
                         agreement.add(out[py * f.width * 3 + i], rgb[((my + py) * kWidth + mx) * 3 + i]);
             }
-        std::printf("[ oracle   ] %s inverse %d  RGB:%s\n", lumtest::kTierTags[slot()], f.name, agreement.text().c_str());
+        std::printf("[ oracle   ] %s inverse %d  RGB:%s\n", lumtest::kTierTags[slot()], f.name,
+                    agreement.text().c_str());
         EXPECT_LE(agreement.worst, 1) << f.name;
     }
 }
