@@ -40,12 +40,6 @@ std::string runCommand(const std::string& command)
 // Exports not built yet. Later work moves names from here into the library; the list must end empty.
 const std::set<std::string> kNotBuiltYet = {
     "lumiAdd128_JPEG_16s8u_C1R",
-    "lumiBGRToYCbCr411LS_MCU_8u16s_C3P3R",
-    "lumiBGRToYCbCr422LS_MCU_8u16s_C3P3R",
-    "lumiBGRToYCbCr444LS_MCU_8u16s_C3P3R",
-    "lumiCMYKToYCCK411LS_MCU_8u16s_C4P4R",
-    "lumiCMYKToYCCK422LS_MCU_8u16s_C4P4R",
-    "lumiCMYKToYCCK444LS_MCU_8u16s_C4P4R",
     "lumiDCT8x8Fwd_16s_C1I",
     "lumiDCT8x8Inv_16s_C1I",
     "lumiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1",
@@ -72,35 +66,15 @@ const std::set<std::string> kNotBuiltYet = {
     "lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1",
     "lumiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1",
     "lumiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1",
-    "lumiJoin422LS_MCU_16s8u_P3C2R",
     "lumiQuantFwd8x8_JPEG_16s_C1I",
     "lumiQuantFwdRawTableInit_JPEG_8u",
     "lumiQuantFwdTableInit_JPEG_8u16u",
     "lumiQuantInv8x8_JPEG_16s_C1I",
     "lumiQuantInvTableInit_JPEG_8u16u",
-    "lumiRGBToYCbCr411LS_MCU_8u16s_C3P3R",
-    "lumiRGBToYCbCr422LS_MCU_8u16s_C3P3R",
-    "lumiRGBToYCbCr444LS_MCU_8u16s_C3P3R",
     "lumiResizeSqrPixelGetBufSize",
     "lumiResizeSqrPixel_8u_C1R",
     "lumiResize_8u_C3R",
-    "lumiSampleDown411LS_MCU_8u16s_C3P3R",
-    "lumiSampleDown422LS_MCU_8u16s_C3P3R",
-    "lumiSampleDown444LS_MCU_8u16s_C3P3R",
-    "lumiSampleUp411LS_MCU_16s8u_P3C3R",
-    "lumiSampleUp422LS_MCU_16s8u_P3C3R",
-    "lumiSampleUp444LS_MCU_16s8u_P3C3R",
-    "lumiSplit422LS_MCU_8u16s_C2P3R",
     "lumiSub128_JPEG_8u16s_C1R",
-    "lumiYCCK411ToCMYKLS_MCU_16s8u_P4C4R",
-    "lumiYCCK422ToCMYKLS_MCU_16s8u_P4C4R",
-    "lumiYCCK444ToCMYKLS_MCU_16s8u_P4C4R",
-    "lumiYCbCr411ToBGRLS_MCU_16s8u_P3C3R",
-    "lumiYCbCr411ToRGBLS_MCU_16s8u_P3C3R",
-    "lumiYCbCr422ToBGRLS_MCU_16s8u_P3C3R",
-    "lumiYCbCr422ToRGBLS_MCU_16s8u_P3C3R",
-    "lumiYCbCr444ToBGRLS_MCU_16s8u_P3C3R",
-    "lumiYCbCr444ToRGBLS_MCU_16s8u_P3C3R",
     "lumiZigzagInv8x8_16s_C1",
 };
 
@@ -210,7 +184,9 @@ TEST(PortableTier, PxCodeUsesNoVectorInstructionsAndNoLibraryCopies)
 {
     // px is the scalar reference: the compiler must not have vectorised it or turned its loops into
     // calls of the C library's copy and fill routines. Scalar float instructions are fine.
-    const std::regex vector(R"(^(mov[ua]p[sd]|movdq[ua]|movnt\w*|(add|sub|mul|div|min|max|sqrt)p[sd]|p(add|sub|mul|ack|unpck|shuf|cmp|max|min|avg|sad|sll|srl|sra)\w*|punpck\w*)\s.*)");
+    // Register-to-register movaps/movapd are how compilers copy scalar registers, so packed moves
+    // count only with a memory operand.
+    const std::regex vector(R"(^((mov[ua]p[sd]|movdq[ua]|movnt\w*)\s.*\(.*|((add|sub|mul|div|min|max|sqrt)p[sd]|p(add|sub|mul|ack|unpck|shuf|cmp|max|min|avg|sad|sll|srl|sra)\w*|punpck\w*)\s.*))");
     const std::regex libraryCall(R"(^call\s.*<(memset|memcpy|memmove)@plt>$)");
     int pxFunctions = 0;
     for (const auto& [name, body] : disassembledFunctions()) {
