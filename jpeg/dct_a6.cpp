@@ -1,0 +1,95 @@
+// 8x8 DCT, tier a6: the vector algorithm on 64-bit MMX registers. The column stages run on four
+// columns at a time, in two halves; the row stages use the multiply-add of 16-bit pairs.
+#include "frame/dispatch.h"
+#include "jpeg/dct_vector.h"
+
+#include <mmintrin.h>
+#include <xmmintrin.h>
+
+namespace lum::a6 {
+namespace {
+
+struct Tier {};
+using O = simd::Ops64<Tier>;
+
+// Four 16-bit weights: quarter q of a row-weight vector.
+__m64 quarter(const Lum16s (&w)[8], int q) { return O::loadu(w + 4 * q); }
+
+__m64 descale(__m64 sum, int32_t rounding, int shift)
+{
+    return _mm_srai_pi32(_mm_add_pi32(sum, _mm_set1_pi32(rounding)), shift);
+}
+
+// Outputs 2q and 2q+1 of the forward row stage.
+__m64 forwardPair(__m64 v01, __m64 v23, const Lum16s (&w)[4][8], int q)
+{
+    const int h = q / 2, part = q % 2;
+    return descale(_mm_add_pi32(_mm_madd_pi16(v01, quarter(w[2 * h], part)),
+                                _mm_madd_pi16(v23, quarter(w[2 * h + 1], part))),
+                   524288, 20);
+}
+
+void forwardRow(Lum16s* row, const Lum16s (&w)[4][8])
+{
+    const __m64 mirrored = _mm_shuffle_pi16(O::loadu(row + 4), 0x1B);
+    const __m64 lo = O::loadu(row);
+    const __m64 s = _mm_adds_pi16(lo, mirrored), d = _mm_subs_pi16(lo, mirrored);
+    const __m64 v01 = _mm_unpacklo_pi32(s, d), v23 = _mm_unpackhi_pi32(s, d);
+    O::storeu(row, _mm_packs_pi32(forwardPair(v01, v23, w, 0), forwardPair(v01, v23, w, 1)));
+    O::storeu(row + 4, _mm_packs_pi32(forwardPair(v01, v23, w, 2), forwardPair(v01, v23, w, 3)));
+}
+
+// Outputs 2q and 2q+1 of the inverse row stage.
+__m64 inversePair(const __m64 (&pairs)[4], const Lum16s (&w)[8][8], int q, int32_t rounding)
+{
+    const int h = q / 2, part = q % 2;
+    __m64 sum = _mm_madd_pi16(pairs[0], quarter(w[4 * h], part));
+    for (int p = 1; p < 4; ++p) sum = _mm_add_pi32(sum, _mm_madd_pi16(pairs[p], quarter(w[4 * h + p], part)));
+    return descale(sum, rounding, 12);
+}
+
+void inverseRow(Lum16s* row, const Lum16s (&w)[8][8], int32_t rounding)
+{
+    const __m64 lo = O::loadu(row), hi = O::loadu(row + 4);
+    const __m64 pairs[4] = {_mm_shuffle_pi16(lo, 0x44), _mm_shuffle_pi16(lo, 0xEE), _mm_shuffle_pi16(hi, 0x44),
+                            _mm_shuffle_pi16(hi, 0xEE)};
+    O::storeu(row, _mm_packs_pi32(inversePair(pairs, w, 0, rounding), inversePair(pairs, w, 1, rounding)));
+    O::storeu(row + 4, _mm_packs_pi32(inversePair(pairs, w, 2, rounding), inversePair(pairs, w, 3, rounding)));
+}
+
+// Runs a column stage on the left four columns, then on the right four.
+template <void (*Stage)(__m64 (&)[8])>
+void columnHalves(Lum16s* block)
+{
+    for (int half = 0; half < 2; ++half) {
+        __m64 x[8];
+        for (int i = 0; i < 8; ++i) x[i] = O::loadu(block + 8 * i + 4 * half);
+        Stage(x);
+        for (int i = 0; i < 8; ++i) O::storeu(block + 8 * i + 4 * half, x[i]);
+    }
+}
+
+}  // namespace
+
+LumStatus lumiDCT8x8Fwd_16s_C1I(Lum16s* pSrcDst)
+{
+    const LumStatus status = checkBlockPointers(pSrcDst);
+    if (status != lumStsNoErr) return status;
+    columnHalves<dctvec::forwardColumns<O, false>>(pSrcDst);
+    for (int r = 0; r < 8; ++r) forwardRow(pSrcDst + 8 * r, dctvec::kForwardWeights.v[dctvec::kRowClass[r]]);
+    O::done();
+    return lumStsNoErr;
+}
+
+LumStatus lumiDCT8x8Inv_16s_C1I(Lum16s* pSrcDst)
+{
+    const LumStatus status = checkBlockPointers(pSrcDst);
+    if (status != lumStsNoErr) return status;
+    for (int r = 0; r < 8; ++r)
+        inverseRow(pSrcDst + 8 * r, dctvec::kInverseWeights.v[dctvec::kRowClass[r]], dctvec::kInverseRounding[r]);
+    columnHalves<dctvec::inverseColumns<O>>(pSrcDst);
+    O::done();
+    return lumStsNoErr;
+}
+
+}  // namespace lum::a6
