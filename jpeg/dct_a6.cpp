@@ -39,22 +39,22 @@ void forwardRow(Lum16s* row, const Lum16s (&w)[4][8])
     O::storeu(row + 4, _mm_packs_pi32(forwardPair(v01, v23, w, 2), forwardPair(v01, v23, w, 3)));
 }
 
-// Outputs 2q and 2q+1 of the inverse row stage.
-__m64 inversePair(const __m64 (&pairs)[4], const Lum16s (&w)[8][8], int q, int32_t rounding)
-{
-    const int h = q / 2, part = q % 2;
-    __m64 sum = _mm_madd_pi16(pairs[0], quarter(w[4 * h], part));
-    for (int p = 1; p < 4; ++p) sum = _mm_add_pi32(sum, _mm_madd_pi16(pairs[p], quarter(w[4 * h + p], part)));
-    return descale(sum, rounding, 12);
-}
-
-void inverseRow(Lum16s* row, const Lum16s (&w)[8][8], int32_t rounding)
+// Inverse row stage in pairs of outputs: n, n+1 = E + O and 7-n, 6-n = E - O with the lanes swapped.
+void inverseRow(Lum16s* row, const Lum16s (&w)[4][8], int32_t rounding)
 {
     const __m64 lo = O::loadu(row), hi = O::loadu(row + 4);
-    const __m64 pairs[4] = {_mm_shuffle_pi16(lo, 0x44), _mm_shuffle_pi16(lo, 0xEE), _mm_shuffle_pi16(hi, 0x44),
-                            _mm_shuffle_pi16(hi, 0xEE)};
-    O::storeu(row, _mm_packs_pi32(inversePair(pairs, w, 0, rounding), inversePair(pairs, w, 1, rounding)));
-    O::storeu(row + 4, _mm_packs_pi32(inversePair(pairs, w, 2, rounding), inversePair(pairs, w, 3, rounding)));
+    const __m64 x02 = _mm_shuffle_pi16(lo, 0x88), x13 = _mm_shuffle_pi16(lo, 0xDD);
+    const __m64 x46 = _mm_shuffle_pi16(hi, 0x88), x57 = _mm_shuffle_pi16(hi, 0xDD);
+    __m64 out[4];
+    for (int part = 0; part < 2; ++part) {
+        const __m64 even = _mm_add_pi32(_mm_add_pi32(_mm_madd_pi16(x02, quarter(w[0], part)), _mm_madd_pi16(x46, quarter(w[2], part))),
+                                        _mm_set1_pi32(rounding));
+        const __m64 odd = _mm_add_pi32(_mm_madd_pi16(x13, quarter(w[1], part)), _mm_madd_pi16(x57, quarter(w[3], part)));
+        out[part] = _mm_srai_pi32(_mm_add_pi32(even, odd), 12);
+        out[3 - part] = _mm_srai_pi32(_mm_shuffle_pi16(_mm_sub_pi32(even, odd), 0x4E), 12);
+    }
+    O::storeu(row, _mm_packs_pi32(out[0], out[1]));
+    O::storeu(row + 4, _mm_packs_pi32(out[2], out[3]));
 }
 
 // Runs a column stage on the left four columns, then on the right four.

@@ -11,6 +11,10 @@
 
 #include <cstring>
 
+// The block kernels are a few dozen instructions each; a call per row or stage, with the registers
+// spilled around it, would cost as much as the arithmetic.
+#define LUM_BLOCK_INLINE inline __attribute__((always_inline))
+
 namespace lum::simd {
 
 template <typename Tier>

@@ -9,6 +9,8 @@
 #include <emmintrin.h>
 
 #include <cstdint>
+#include <type_traits>
+#include <utility>
 
 namespace lum::dctvec {
 
@@ -27,6 +29,21 @@ inline constexpr int kRowClass[8] = {0, 1, 2, 3, 0, 3, 2, 1};
 // The inverse row stage's rounding terms: they pre-compensate the column stage's truncations, and
 // row 0's also rounds the final shift by 5.
 inline constexpr int32_t kInverseRounding[8] = {65536, 5802, 4520, 3408, 2048, 910, 1024, 746};
+
+// The same terms, four to a row, for adding to 32-bit lanes.
+struct alignas(16) RoundingQuads {
+    int32_t v[8][4];
+};
+
+constexpr RoundingQuads makeRoundingQuads()
+{
+    RoundingQuads q{};
+    for (int r = 0; r < 8; ++r)
+        for (int i = 0; i < 4; ++i) q.v[r][i] = kInverseRounding[r];
+    return q;
+}
+
+inline constexpr RoundingQuads kInverseRoundingQuads = makeRoundingQuads();
 
 // M[k][n] of a class: frequency k, position n, cos(((2n+1)k mod 32)*pi/16) folded onto j = 0..8.
 constexpr int weight(int cls, int k, int n)
@@ -49,11 +66,15 @@ struct alignas(16) ForwardWeights {
     Lum16s v[4][4][8];
 };
 
-// Inverse row weights: vector 4h+p of a class pairs frequencies 2p, 2p+1 for the four positions
-// 4h..4h+3, against [x2p x2p+1] repeated.
+// Inverse row weights, split by the parity of the frequency: output n of a row is E_n + O_n and
+// output 7-n is E_n - O_n, where E sums the even frequencies and O the odd ones (M[k][7-n] is
+// (-1)^k M[k][n]), which is the same 32-bit sum. Vector p of a class pairs frequencies
+// (0,2), (1,3), (4,6), (5,7) for the positions 0..3, against the pair repeated.
 struct alignas(16) InverseWeights {
-    Lum16s v[4][8][8];
+    Lum16s v[4][4][8];
 };
+
+inline constexpr int kInversePairs[4][2] = {{0, 2}, {1, 3}, {4, 6}, {5, 7}};
 
 constexpr ForwardWeights makeForwardWeights()
 {
@@ -71,11 +92,10 @@ constexpr InverseWeights makeInverseWeights()
 {
     InverseWeights w{};
     for (int c = 0; c < 4; ++c)
-        for (int h = 0; h < 2; ++h)
-            for (int p = 0; p < 4; ++p)
-                for (int nn = 0; nn < 4; ++nn)
-                    for (int e = 0; e < 2; ++e)
-                        w.v[c][4 * h + p][2 * nn + e] = static_cast<Lum16s>(weight(c, 2 * p + e, 4 * h + nn));
+        for (int p = 0; p < 4; ++p)
+            for (int n = 0; n < 4; ++n)
+                for (int e = 0; e < 2; ++e)
+                    w.v[c][p][2 * n + e] = static_cast<Lum16s>(weight(c, kInversePairs[p][e], n));
     return w;
 }
 
@@ -86,7 +106,7 @@ inline constexpr InverseWeights kInverseWeights = makeInverseWeights();
 // The low bit set on y1, y2, y6 and p is a cheap rounding. ShiftLast is w7's and t7's form of the
 // even part, which shifts after adding; it changes nothing for inputs in range.
 template <typename O, bool ShiftLast>
-void forwardColumns(typename O::V (&x)[8])
+LUM_BLOCK_INLINE void forwardColumns(typename O::V (&x)[8])
 {
     using V = typename O::V;
     const V P = O::shl(O::sadd(x[1], x[6]), 3), Q = O::shl(O::sadd(x[2], x[5]), 3);
@@ -119,7 +139,7 @@ void forwardColumns(typename O::V (&x)[8])
 // Inverse column stage on the row stage's results, ending with the shift by 5. Constants of
 // magnitude one or more do not fit mulh, hence the operand added back after -21746 and -19195.
 template <typename O>
-void inverseColumns(typename O::V (&r)[8])
+LUM_BLOCK_INLINE void inverseColumns(typename O::V (&r)[8])
 {
     using V = typename O::V;
     const V m0 = O::sadd(O::sadd(O::mulh(r[5], -21746), r[5]), r[3]);
@@ -145,14 +165,14 @@ void inverseColumns(typename O::V (&r)[8])
 // ---- w7 and t7: whole rows in 128-bit registers
 
 template <typename Tier>
-__m128i weights(const Lum16s* w)
+LUM_BLOCK_INLINE __m128i weights(const Lum16s* w)
 {
     return _mm_load_si128(reinterpret_cast<const __m128i*>(w));
 }
 
 // (sum + rounding) >> shift on 32-bit lanes, then both halves saturated to 16 bits.
 template <typename Tier>
-__m128i descale(__m128i lo, __m128i hi, int32_t rounding, int shift)
+LUM_BLOCK_INLINE __m128i descale(__m128i lo, __m128i hi, int32_t rounding, int shift)
 {
     const __m128i r = _mm_set1_epi32(rounding);
     return _mm_packs_epi32(_mm_srai_epi32(_mm_add_epi32(lo, r), shift),
@@ -161,9 +181,10 @@ __m128i descale(__m128i lo, __m128i hi, int32_t rounding, int shift)
 
 // Forward row stage: sums and differences of mirrored elements, then four dot products per half.
 template <typename Tier>
-__m128i forwardRow(__m128i a, const Lum16s (&w)[4][8])
+LUM_BLOCK_INLINE __m128i forwardRow(__m128i a, const Lum16s (&w)[4][8])
 {
-    const __m128i mirrored = _mm_shufflehi_epi16(_mm_shufflelo_epi16(_mm_shuffle_epi32(a, 0x4E), 0x1B), 0x1B);
+    // Lanes 0..3 hold a7 a6 a5 a4; the upper lanes are not used.
+    const __m128i mirrored = _mm_shuffle_epi32(_mm_shufflehi_epi16(a, 0x1B), 0x4E);
     const __m128i sd = _mm_unpacklo_epi32(_mm_adds_epi16(a, mirrored), _mm_subs_epi16(a, mirrored));
     const __m128i v01 = _mm_shuffle_epi32(sd, 0x44), v23 = _mm_shuffle_epi32(sd, 0xEE);
     const __m128i lo = _mm_add_epi32(_mm_madd_epi16(v01, weights<Tier>(w[0])), _mm_madd_epi16(v23, weights<Tier>(w[1])));
@@ -171,19 +192,35 @@ __m128i forwardRow(__m128i a, const Lum16s (&w)[4][8])
     return descale<Tier>(lo, hi, 524288, 20);
 }
 
-// Inverse row stage: each output a dot product of all eight coefficients, with the row's rounding.
+// Inverse row stage: the row's rounding goes into the even sums, then both halves come from E +- O.
 template <typename Tier>
-__m128i inverseRow(__m128i x, const Lum16s (&w)[8][8], int32_t rounding)
+LUM_BLOCK_INLINE __m128i inverseRow(__m128i x, const Lum16s (&w)[4][8], const int32_t (&rounding)[4])
 {
-    const __m128i pairs[4] = {_mm_shuffle_epi32(x, 0x00), _mm_shuffle_epi32(x, 0x55),
-                              _mm_shuffle_epi32(x, 0xAA), _mm_shuffle_epi32(x, 0xFF)};
-    __m128i lo = _mm_madd_epi16(pairs[0], weights<Tier>(w[0]));
-    __m128i hi = _mm_madd_epi16(pairs[0], weights<Tier>(w[4]));
-    for (int p = 1; p < 4; ++p) {
-        lo = _mm_add_epi32(lo, _mm_madd_epi16(pairs[p], weights<Tier>(w[p])));
-        hi = _mm_add_epi32(hi, _mm_madd_epi16(pairs[p], weights<Tier>(w[4 + p])));
-    }
-    return descale<Tier>(lo, hi, rounding, 12);
+    // [x0 x2 x1 x3 x4 x6 x5 x7]: each frequency pair is one 32-bit lane.
+    const __m128i pairs = _mm_shufflehi_epi16(_mm_shufflelo_epi16(x, 0xD8), 0xD8);
+    const __m128i even = _mm_add_epi32(
+        _mm_add_epi32(_mm_madd_epi16(_mm_shuffle_epi32(pairs, 0x00), weights<Tier>(w[0])),
+                      _mm_madd_epi16(_mm_shuffle_epi32(pairs, 0xAA), weights<Tier>(w[2]))),
+        _mm_load_si128(reinterpret_cast<const __m128i*>(rounding)));
+    const __m128i odd = _mm_add_epi32(_mm_madd_epi16(_mm_shuffle_epi32(pairs, 0x55), weights<Tier>(w[1])),
+                                      _mm_madd_epi16(_mm_shuffle_epi32(pairs, 0xFF), weights<Tier>(w[3])));
+    const __m128i lo = _mm_srai_epi32(_mm_add_epi32(even, odd), 12);
+    const __m128i hi = _mm_srai_epi32(_mm_shuffle_epi32(_mm_sub_epi32(even, odd), 0x1B), 12);
+    return _mm_packs_epi32(lo, hi);
+}
+
+// Calls f(0) .. f(7) as straight-line code, each index a constant: the row class and its weights
+// are then fixed per row.
+template <typename F, size_t... I>
+LUM_BLOCK_INLINE void eachRow(F&& f, std::index_sequence<I...>)
+{
+    (f(std::integral_constant<int, I>{}), ...);
+}
+
+template <typename F>
+LUM_BLOCK_INLINE void eachRow(F&& f)
+{
+    eachRow(f, std::make_index_sequence<8>{});
 }
 
 // A block on a 16-byte boundary is transformed in place. Any other is read with unaligned loads
@@ -216,18 +253,19 @@ struct BlockPath {
         for (int i = 0; i < 8; ++i) x[i] = read(block + 8 * i, true);
         forwardColumns<O, true>(x);
         for (int i = 0; i < 8; ++i) O::store(mid + 8 * i, x[i]);
-        for (int r = 0; r < 8; ++r)
+        eachRow([&](auto r) {
             write(block + 8 * r, forwardRow<Tier>(O::load(mid + 8 * r), kForwardWeights.v[kRowClass[r]]));
+        });
     }
 
     static void inverse(Lum16s* block)
     {
         alignas(16) Lum16s stack[kBlockSize];
         Lum16s* mid = Aligned ? block : stack;
-        for (int r = 0; r < 8; ++r) {
+        eachRow([&](auto r) {
             const __m128i x = read(block + 8 * r, false);
-            O::store(mid + 8 * r, inverseRow<Tier>(x, kInverseWeights.v[kRowClass[r]], kInverseRounding[r]));
-        }
+            O::store(mid + 8 * r, inverseRow<Tier>(x, kInverseWeights.v[kRowClass[r]], kInverseRoundingQuads.v[r]));
+        });
         __m128i y[8];
         for (int i = 0; i < 8; ++i) y[i] = O::load(mid + 8 * i);
         inverseColumns<O>(y);
