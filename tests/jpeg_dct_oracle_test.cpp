@@ -77,15 +77,31 @@ std::vector<uint8_t> compressGray(const Image& img, int quality)
     return out;
 }
 
+// A decompressor reading a file from memory, its header read.
+class Decompressor {
+public:
+    explicit Decompressor(const std::vector<uint8_t>& file)
+    {
+        d.err = jpeg_std_error(&err);
+        jpeg_create_decompress(&d);
+        jpeg_mem_src(&d, file.data(), static_cast<unsigned long>(file.size()));
+        jpeg_read_header(&d, TRUE);
+    }
+    ~Decompressor() { jpeg_destroy_decompress(&d); }
+    Decompressor(const Decompressor&) = delete;
+    Decompressor& operator=(const Decompressor&) = delete;
+
+    jpeg_decompress_struct d{};
+
+private:
+    jpeg_error_mgr err{};
+};
+
 // The quantized coefficients of every block, in raster order of the blocks, natural order within.
 std::vector<Block> readCoefficients(const std::vector<uint8_t>& file)
 {
-    jpeg_decompress_struct d{};
-    jpeg_error_mgr err{};
-    d.err = jpeg_std_error(&err);
-    jpeg_create_decompress(&d);
-    jpeg_mem_src(&d, file.data(), static_cast<unsigned long>(file.size()));
-    jpeg_read_header(&d, TRUE);
+    Decompressor dec(file);
+    jpeg_decompress_struct& d = dec.d;
     jvirt_barray_ptr* arrays = jpeg_read_coefficients(&d);
     const jpeg_component_info& comp = d.comp_info[0];
     std::vector<Block> blocks;
@@ -98,18 +114,13 @@ std::vector<Block> readCoefficients(const std::vector<uint8_t>& file)
         }
     }
     jpeg_finish_decompress(&d);
-    jpeg_destroy_decompress(&d);
     return blocks;
 }
 
 Image decompressGray(const std::vector<uint8_t>& file)
 {
-    jpeg_decompress_struct d{};
-    jpeg_error_mgr err{};
-    d.err = jpeg_std_error(&err);
-    jpeg_create_decompress(&d);
-    jpeg_mem_src(&d, file.data(), static_cast<unsigned long>(file.size()));
-    jpeg_read_header(&d, TRUE);
+    Decompressor dec(file);
+    jpeg_decompress_struct& d = dec.d;
     d.dct_method = JDCT_ISLOW;
     jpeg_start_decompress(&d);
     Image img{static_cast<int>(d.output_width), static_cast<int>(d.output_height), {}};
@@ -119,7 +130,6 @@ Image decompressGray(const std::vector<uint8_t>& file)
         jpeg_read_scanlines(&d, &row, 1);
     }
     jpeg_finish_decompress(&d);
-    jpeg_destroy_decompress(&d);
     return img;
 }
 

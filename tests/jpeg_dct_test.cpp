@@ -68,8 +68,8 @@ std::array<int16_t, 8> pxInverse1D(const std::array<int16_t, 8>& x, bool first)
     t = (x[1] + x[7]) * 6393;
     const int64_t p1 = wrap32(t + x[1] * 25746), p7 = wrap32(t - x[7] * 38531);
     const int64_t e = wrap32(p1 - p5), f = wrap32(p7 - p3), m = wrap32(e + f), n = wrap32(e - f);
-    const int64_t g = wrap32((wrap32(p5 + p1 + 2048) >> 12) * 5793);
-    const int64_t h = wrap32((wrap32(p3 + p7 + 2048) >> 12) * 5793);
+    const int64_t g = wrap32(int64_t{wrap32(p5 + p1 + 2048) >> 12} * 5793);
+    const int64_t h = wrap32(int64_t{wrap32(p3 + p7 + 2048) >> 12} * 5793);
     t = (x[2] + x[6]) * 17734;
     const int64_t q2 = wrap32(t + x[2] * 25080), q6 = wrap32(t - x[6] * 60547);
     const int64_t E = wrap32(int64_t{x[0] + x[4]} * 32768), F = wrap32(int64_t{x[0] - x[4]} * 32768);

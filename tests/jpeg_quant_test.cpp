@@ -120,25 +120,13 @@ Table fwdTable(const RawTable& raw, LumStatus expected = lumStsNoErr, int offset
     return buildTable(lumiQuantFwdTableInit_JPEG_8u16u, raw, expected, offset);
 }
 
-RawTable rawFilled(uint8_t v)
+// An array of one value throughout.
+template <typename A>
+A filled(typename A::value_type v)
 {
-    RawTable t;
-    t.fill(v);
-    return t;
-}
-
-Table tableFilled(uint16_t v)
-{
-    Table t;
-    t.fill(v);
-    return t;
-}
-
-Block blockOf(int16_t v)
-{
-    Block b;
-    b.fill(v);
-    return b;
+    A a;
+    a.fill(v);
+    return a;
 }
 
 RawTable randomRaw(std::mt19937& rng, int lo = 1)
@@ -162,9 +150,9 @@ protected:
 
 TEST_P(QuantTest, NullPointersAreRejectedAndNothingIsWritten)
 {
-    RawTable raw = rawFilled(7);
-    Table table = tableFilled(0xA5A5);
-    Block block = blockOf(3);
+    RawTable raw = filled<RawTable>(7);
+    Table table = filled<Table>(0xA5A5);
+    Block block = filled<Block>(3);
     EXPECT_EQ(lumiQuantFwdRawTableInit_JPEG_8u(nullptr, 50), lumStsNullPointer);
     EXPECT_EQ(lumiQuantFwdRawTableInit_JPEG_8u(nullptr, 0), lumStsNullPointer);  // the check comes first
     EXPECT_EQ(lumiQuantFwdTableInit_JPEG_8u16u(nullptr, table.data()), lumStsNullPointer);
@@ -175,20 +163,20 @@ TEST_P(QuantTest, NullPointersAreRejectedAndNothingIsWritten)
     EXPECT_EQ(lumiQuantFwd8x8_JPEG_16s_C1I(block.data(), nullptr), lumStsNullPointer);
     EXPECT_EQ(lumiQuantInv8x8_JPEG_16s_C1I(nullptr, table.data()), lumStsNullPointer);
     EXPECT_EQ(lumiQuantInv8x8_JPEG_16s_C1I(block.data(), nullptr), lumStsNullPointer);
-    EXPECT_EQ(table, tableFilled(0xA5A5));
-    EXPECT_EQ(block, blockOf(3));
-    EXPECT_EQ(raw, rawFilled(7));
+    EXPECT_EQ(table, filled<Table>(0xA5A5));
+    EXPECT_EQ(block, filled<Block>(3));
+    EXPECT_EQ(raw, filled<RawTable>(7));
 }
 
 // ---- Quality scaling
 
 TEST_P(QuantTest, QualityScalingEdgeCases)
 {
-    RawTable t = rawFilled(255);
+    RawTable t = filled<RawTable>(255);
     EXPECT_EQ(lumiQuantFwdRawTableInit_JPEG_8u(t.data(), 1), lumStsNoErr);
-    EXPECT_EQ(t, rawFilled(255));
+    EXPECT_EQ(t, filled<RawTable>(255));
     EXPECT_EQ(lumiQuantFwdRawTableInit_JPEG_8u(t.data(), 100), lumStsNoErr);
-    EXPECT_EQ(t, rawFilled(1));
+    EXPECT_EQ(t, filled<RawTable>(1));
 
     std::mt19937 rng(7);
     const RawTable base = randomRaw(rng);
@@ -198,7 +186,7 @@ TEST_P(QuantTest, QualityScalingEdgeCases)
     for (const int32_t quality : {101, 1000, -1, -49, -5001, INT32_MIN}) {
         t = base;
         EXPECT_EQ(lumiQuantFwdRawTableInit_JPEG_8u(t.data(), quality), lumStsNoErr);
-        EXPECT_EQ(t, rawFilled(1)) << quality;
+        EXPECT_EQ(t, filled<RawTable>(1)) << quality;
     }
 }
 
@@ -235,7 +223,7 @@ void scaleWithQualityZero()
     action.sa_sigaction = onDivideFault;
     action.sa_flags = SA_SIGINFO;
     sigaction(SIGFPE, &action, nullptr);
-    gFaultOriginal = rawFilled(16);
+    gFaultOriginal = filled<RawTable>(16);
     gFaultTable = gFaultOriginal;
     volatile Lum32s quality = 0;
     lumiQuantFwdRawTableInit_JPEG_8u(gFaultTable.data(), quality);
@@ -252,7 +240,7 @@ TEST_P(QuantTest, QualityZeroRaisesTheDivideFault)
 
 TEST_P(QuantTest, InverseTableIsTheRawTableInNaturalOrder)
 {
-    RawTable raw = rawFilled(99);
+    RawTable raw = filled<RawTable>(99);
     const uint8_t first[8] = {16, 11, 10, 16, 24, 40, 51, 61};
     std::copy(first, first + 8, raw.begin());
     const Table t = buildTable(lumiQuantInvTableInit_JPEG_8u16u, raw, lumStsNoErr);
@@ -274,7 +262,7 @@ TEST_P(QuantTest, ForwardTableOfListedSteps)
 {
     const std::pair<uint8_t, uint16_t> cases[] = {{1, 32768}, {2, 16384}, {3, 10923}, {5, 6554}, {7, 4681}, {255, 129}};
     for (const auto& [step, reciprocal] : cases) {
-        for (const int offset : {0, 1, 2, 6, 8, 14}) EXPECT_EQ(fwdTable(rawFilled(step), lumStsNoErr, offset), tableFilled(reciprocal));
+        for (const int offset : {0, 1, 2, 6, 8, 14}) EXPECT_EQ(fwdTable(filled<RawTable>(step), lumStsNoErr, offset), filled<Table>(reciprocal));
     }
 }
 
@@ -307,14 +295,14 @@ TEST_P(QuantTest, ZeroStepGives65535AndAWarning)
             EXPECT_EQ(fwdTable(raw, lumStsDivByZeroWarning, offset), expected) << offset << " " << zeroAt;
         }
     }
-    EXPECT_EQ(fwdTable(rawFilled(0), lumStsDivByZeroWarning), tableFilled(65535));
+    EXPECT_EQ(fwdTable(filled<RawTable>(0), lumStsDivByZeroWarning), filled<Table>(65535));
 }
 
 // ---- Block quantization
 
 TEST_P(QuantTest, HalfwayQuotientsShowEachRounding)
 {
-    const auto single = [](int16_t s, uint16_t q) { return quantFwd(blockOf(s), tableFilled(q))[0]; };
+    const auto single = [](int16_t s, uint16_t q) { return quantFwd(filled<Block>(s), filled<Table>(q))[0]; };
     EXPECT_EQ(single(-11, 16384), isPx() ? -6 : -5);
     EXPECT_EQ(single(41, 16384), isPx() ? 20 : 21);
     EXPECT_EQ(single(8, 2048), isPx() ? 0 : 1);
@@ -368,10 +356,10 @@ TEST_P(QuantTest, VectorRoundingDiffersFromPxByAtMostOne)
 
 TEST_P(QuantTest, InverseSaturatesInPxAndWrapsInVectorTiers)
 {
-    Block in = blockOf(1000);
+    Block in = filled<Block>(1000);
     in[5] = -1000;
     in[6] = 7;
-    const Block out = quantInv(in, tableFilled(100));
+    const Block out = quantInv(in, filled<Table>(100));
     EXPECT_EQ(out[0], isPx() ? 32767 : low16(100000));
     EXPECT_EQ(out[5], isPx() ? -32768 : low16(-100000));
     EXPECT_EQ(out[6], 700);
