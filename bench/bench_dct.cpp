@@ -7,9 +7,10 @@
 
 #include <benchmark/benchmark.h>
 
-#include <array>
 #include <cstdint>
 #include <random>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -40,8 +41,8 @@ const Tier kTiers[] = {LUM_TIER(px), LUM_TIER(a6), LUM_TIER(w7), LUM_TIER(t7)};
 // Working data: aligned blocks of samples, an image they come from (64 blocks side by side, as an
 // encoder reads them), and the tables of the standard luminance steps at quality 75.
 struct Data {
-    std::vector<Lum16s, std::allocator<Lum16s>> blocksStorage = std::vector<Lum16s>(64 * kBlocks + 8);
-    Lum16s* blocks;
+    std::vector<Lum16s> blocksStorage = std::vector<Lum16s>(64 * kBlocks + 8);
+    Lum16s* blocks;  // on a 16-byte boundary inside the storage
     std::vector<Lum8u> image = std::vector<Lum8u>(64 * kBlocks);
     alignas(16) Lum16u fwdTable[64];
     alignas(16) Lum16u invTable[64];

@@ -1,8 +1,10 @@
-// Level shift, tier a6: rows peeled to an 8-byte aligned source, then 64-bit MMX steps.
+// Level shift, tier a6: rows peeled to an 8-byte aligned source, then steps of 64-bit vectors.
 #include "frame/dispatch.h"
 #include "jpeg/levelshift_vector.h"
 
-#include <mmintrin.h>
+#include <emmintrin.h>
+
+#include <cstring>
 
 namespace lum::a6 {
 namespace {
@@ -13,24 +15,23 @@ struct Tier {
     static constexpr int kPrefetchAhead = 128;
 };
 
-__m64 load64(const Lum8u* p)
-{
-    __m64 v;
-    std::memcpy(&v, p, sizeof v);
-    return v;
-}
+__m128i load64(const Lum8u* p) { return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)); }
 
-void store64(Lum8u* p, __m64 v) { std::memcpy(p, &v, sizeof v); }
+void store64(Lum8u* p, __m128i v) { _mm_storel_epi64(reinterpret_cast<__m128i*>(p), v); }
 
+// Four bytes widened against zero, less 128, in the low 64 bits.
 template <typename>
 struct SubSteps {
     using Shift = levelshift::Sub128;
-    static __m64 widen(__m64 bytes) { return _mm_sub_pi16(_mm_unpacklo_pi8(bytes, _mm_setzero_si64()), _mm_set1_pi16(128)); }
+    static __m128i widen(__m128i bytes)
+    {
+        return _mm_sub_epi16(_mm_unpacklo_epi8(bytes, _mm_setzero_si128()), _mm_set1_epi16(128));
+    }
     static void step8(const Lum8u* s, Lum8u* d)
     {
-        const __m64 x = load64(s);
+        const __m128i x = load64(s);
         store64(d, widen(x));
-        store64(d + 8, widen(_mm_srli_si64(x, 32)));
+        store64(d + 8, widen(_mm_srli_epi64(x, 32)));
     }
     static void step16(const Lum8u* s, Lum8u* d)
     {
@@ -41,18 +42,19 @@ struct SubSteps {
     {
         int32_t x;
         std::memcpy(&x, s, sizeof x);
-        store64(d, widen(_mm_cvtsi32_si64(x)));
+        store64(d, widen(_mm_cvtsi32_si128(x)));
     }
-    static void done() { _mm_empty(); }
 };
 
+// Two vectors of four samples plus 128, saturating at 32767, packed side by side to 0..255.
 template <typename>
 struct AddSteps {
     using Shift = levelshift::Add128;
-    static __m64 narrow(__m64 a, __m64 b)
+    static __m128i narrow(__m128i a, __m128i b)
     {
-        const __m64 k = _mm_set1_pi16(128);
-        return _mm_packs_pu16(_mm_adds_pi16(a, k), _mm_adds_pi16(b, k));
+        const __m128i k = _mm_set1_epi16(128);
+        const __m128i both = _mm_unpacklo_epi64(_mm_adds_epi16(a, k), _mm_adds_epi16(b, k));
+        return _mm_packus_epi16(both, both);
     }
     static void step8(const Lum8u* s, Lum8u* d) { store64(d, narrow(load64(s), load64(s + 8))); }
     static void step16(const Lum8u* s, Lum8u* d)
@@ -62,11 +64,10 @@ struct AddSteps {
     }
     static void step4(const Lum8u* s, Lum8u* d)
     {
-        const __m64 x = load64(s);
-        const int32_t v = _mm_cvtsi64_si32(narrow(x, x));
+        const __m128i x = load64(s);
+        const int32_t v = _mm_cvtsi128_si32(narrow(x, x));
         std::memcpy(d, &v, sizeof v);
     }
-    static void done() { _mm_empty(); }
 };
 
 using Kernels = levelshift::Kernels<Tier, SubSteps, AddSteps>;

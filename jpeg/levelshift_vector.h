@@ -45,7 +45,6 @@ void shiftRow(const Lum8u* src, Lum8u* dst, int width)
         i += 4;
     }
     shiftScalar<Shift>(src, dst, i, width);
-    Steps::done();
 }
 
 template <typename Tier>
@@ -94,7 +93,6 @@ struct SubSteps128 {
     {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(d), widen(load32<Tier>(s)));
     }
-    static void done() {}
 };
 
 // Samples plus 128 saturating at 32767, then packed with unsigned saturation to 0..255.
@@ -117,7 +115,6 @@ struct AddSteps128 {
         const __m128i x = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(s));
         store32<Tier>(d, narrow(x, x));
     }
-    static void done() {}
 };
 
 template <typename Tier, template <typename> class SubSteps, template <typename> class AddSteps>

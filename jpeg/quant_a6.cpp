@@ -1,5 +1,5 @@
 // Quantization, tier a6: integer reciprocal tables as px builds them, and the vector block
-// arithmetic on 64-bit MMX registers.
+// arithmetic on 64-bit vectors, eight elements a pass.
 #include "frame/dispatch.h"
 #include "jpeg/quant_vector.h"
 

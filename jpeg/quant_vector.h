@@ -43,7 +43,6 @@ LumStatus blockPasses(Lum16s* pSrcDst, const Lum16u* pTable)
         for (int j = i; j < i + 2 * O::kLanes; j += O::kLanes)
             O::storeu(pSrcDst + j, Op(O::loadu(pSrcDst + j), O::loadu(pTable + j)));
     }
-    O::done();
     return lumStsNoErr;
 }
 

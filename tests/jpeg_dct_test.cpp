@@ -472,6 +472,43 @@ TEST_P(DctTest, VectorTierDiffersFromPxByAtMostOneAtTheKnownRate)
     }
 }
 
+// ---- Processor state
+
+// The x87 tag word: 0xFFFF when every register is empty. A 64-bit vector kernel that used MMX
+// registers without clearing them afterwards would leave it otherwise, and x87 arithmetic (long
+// double) would then go wrong in the caller.
+uint16_t x87TagWord()
+{
+    unsigned char env[28];
+    __asm__ volatile("fnstenv %0\n\tfldenv %0" : "=m"(env));
+    uint16_t tags;
+    std::memcpy(&tags, env + 8, sizeof tags);
+    return tags;
+}
+
+TEST_P(DctTest, BlockFunctionsLeaveTheX87RegistersEmpty)
+{
+    alignas(16) Lum16s block[64] = {}, other[64] = {};
+    alignas(16) Lum16u table[64];
+    Lum8u raw[64], pixels[64] = {};
+    std::fill(std::begin(raw), std::end(raw), Lum8u{5});
+    std::fill(std::begin(table), std::end(table), Lum16u{3});
+    ASSERT_EQ(x87TagWord(), 0xFFFF);
+    lumiDCT8x8Fwd_16s_C1I(block);
+    lumiDCT8x8Inv_16s_C1I(block);
+    lumiQuantFwdRawTableInit_JPEG_8u(raw, 75);
+    lumiQuantFwdTableInit_JPEG_8u16u(raw, table);
+    lumiQuantInvTableInit_JPEG_8u16u(raw, table);
+    lumiQuantFwd8x8_JPEG_16s_C1I(block, table);
+    lumiQuantInv8x8_JPEG_16s_C1I(block, table);
+    lumiZigzagInv8x8_16s_C1(block, other);
+    for (const int width : {3, 8}) {
+        lumiSub128_JPEG_8u16s_C1R(pixels, 8, block, 16, {width, 4});
+        lumiAdd128_JPEG_16s8u_C1R(block, 16, pixels, 8, {width, 4});
+    }
+    EXPECT_EQ(x87TagWord(), 0xFFFF);
+}
+
 // ---- Dispatch
 
 TEST(DctRows, EverySlotHasItsOwnVariant)
