@@ -14,13 +14,14 @@ function(lum_collect_sources out)
   set(${out} ${sources} PARENT_SCOPE)
 endfunction()
 
-# Only t7 files may use SSE3. px files are kept scalar: no auto-vectorisation, so that px stays
-# the plain reference tier and the tier ratios of the benchmarks mean something.
+# Only t7 files may use SSE3. px files are kept scalar: no auto-vectorisation and no loops turned
+# into library memset/memmove calls, so that px stays the plain reference tier and the tier ratios
+# of the benchmarks mean something.
 function(lum_apply_tier_flags)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    set(scalar_flags -fno-vectorize -fno-slp-vectorize)
+    set(scalar_flags -fno-vectorize -fno-slp-vectorize -fno-builtin-memset -fno-builtin-memmove)
   else()
-    set(scalar_flags -fno-tree-vectorize -fno-tree-slp-vectorize)
+    set(scalar_flags -fno-tree-vectorize -fno-tree-slp-vectorize -fno-tree-loop-distribute-patterns)
   endif()
   foreach(src IN LISTS ARGN)
     if(src MATCHES "_t7\\.cpp$")

@@ -62,12 +62,16 @@ void lumCopyBytes(const Lum8u* pSrc, Lum8u* pDst, size_t len)
 
 void lumZeroBytes(Lum8u* pDst, size_t len)
 {
-    for (; len > 0 && !wordAligned(pDst); --len) *pDst++ = 0;
+    // A zero the optimiser cannot see as a constant, so that the word stores are not merged into
+    // vector stores or a library call: px stays scalar.
+    uint32_t zero = 0;
+    __asm__("" : "+r"(zero));
+    for (; len > 0 && !wordAligned(pDst); --len) *pDst++ = static_cast<Lum8u>(zero);
     for (; len >= kBlock; len -= kBlock, pDst += kBlock) {
         keepLoop(pDst);
-        for (size_t i = 0; i < kBlock; i += 4) storeWord(pDst + i, 0);
+        for (size_t i = 0; i < kBlock; i += 4) storeWord(pDst + i, zero);
     }
-    for (; len > 0; --len) *pDst++ = 0;
+    for (; len > 0; --len) *pDst++ = static_cast<Lum8u>(zero);
 }
 
 void lumFill32(uint32_t value, void* pDst, size_t count)

@@ -216,6 +216,24 @@ TEST(Stubs, EveryStubIsOneLoadAndOneIndirectJump)
     }
 }
 
+TEST(PortableTier, PxCodeUsesNoVectorInstructionsAndNoLibraryCopies)
+{
+    // px is the scalar reference: the compiler must not have vectorised it or turned its loops into
+    // calls of the C library's copy and fill routines. Scalar float instructions are fine.
+    const std::regex vector(R"(^(mov[ua]p[sd]|movdq[ua]|movnt\w*|(add|sub|mul|div|min|max|sqrt)p[sd]|p(add|sub|mul|ack|unpck|shuf|cmp|max|min|avg|sad|sll|srl|sra)\w*|punpck\w*)\s.*)");
+    const std::regex libraryCall(R"(^call\s.*<(memset|memcpy|memmove)@plt>$)");
+    int pxFunctions = 0;
+    for (const auto& [name, body] : disassembledFunctions()) {
+        if (name.rfind("_ZN3lum2px", 0) != 0) continue;
+        ++pxFunctions;
+        for (const std::string& insn : body) {
+            EXPECT_FALSE(std::regex_match(insn, vector)) << name << ": " << insn;
+            EXPECT_FALSE(std::regex_match(insn, libraryCall)) << name << ": " << insn;
+        }
+    }
+    EXPECT_GT(pxFunctions, 10);
+}
+
 TEST(Dispatch, BeforeInitialisationTheStaticLibraryRunsPx)
 {
     // A fresh process: the static library has no constructor, so nothing selected a tier yet.

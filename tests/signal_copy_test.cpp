@@ -1,6 +1,7 @@
 // lumsCopy_8u, lumsZero_8u and the copy, clear, fill and move kernels behind them, in all tiers:
 // exact bytes at every alignment and across every path threshold, nothing touched outside the
 // buffers, and the non-temporal paths forced through fake CPUID leaves.
+// Class: exact across all tiers. Every tier writes the same bytes as memcpy/memset/memmove would.
 #include "fake_cpuid.h"
 #include "signal/kernels.h"
 #include "test_support.h"
