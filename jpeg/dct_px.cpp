@@ -31,13 +31,14 @@ Lum16s descale(Wrap32 v)
     return wrap16(((v + (1 << (Shift - 1))) >> Shift).value());
 }
 
-// A line of the block: eight elements from `start`, `stride` apart.
+// A line of the caller's block, at any address: eight elements from `start`, `stride` apart. Every
+// butterfly reads its whole line before it writes, so the passes run in place.
 struct Line {
     Lum16s* b;
     int start;
     int stride;
-    Wrap32 operator[](int i) const { return b[start + i * stride]; }
-    void set(int i, Lum16s v) const { b[start + i * stride] = v; }
+    Wrap32 operator[](int i) const { return loadElement<Lum16s>(b, start + i * stride); }
+    void set(int i, Lum16s v) const { storeElement<Lum16s>(b, start + i * stride, v); }
 };
 
 // Forward butterfly. The first pass keeps three more bits than the second takes away.
@@ -103,11 +104,8 @@ LumStatus transform(Lum16s* pSrcDst)
 {
     const LumStatus status = checkBlockPointers(pSrcDst);
     if (status != lumStsNoErr) return status;
-    Lum16s b[kBlockSize];
-    std::memcpy(b, pSrcDst, sizeof b);
-    pass<First, FirstRows>(b, std::make_index_sequence<8>{});
-    pass<Second, !FirstRows>(b, std::make_index_sequence<8>{});
-    std::memcpy(pSrcDst, b, sizeof b);
+    pass<First, FirstRows>(pSrcDst, std::make_index_sequence<8>{});
+    pass<Second, !FirstRows>(pSrcDst, std::make_index_sequence<8>{});
     return lumStsNoErr;
 }
 

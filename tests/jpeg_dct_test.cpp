@@ -2,6 +2,8 @@
 // algorithm, each checked bit for bit against a scalar model written here, at every misalignment.
 // Within a bound: every tier against a double-precision orthonormal DCT, and px against the vector
 // tiers at the rates the two arithmetics are known for.
+// Class: exact per tier (px its plain algorithm; a6, w7 and t7 the vector algorithm, identical
+// among themselves), and within one unit of the exact DCT and of each other.
 #include "test_support.h"
 #include "tier_fixture.h"
 

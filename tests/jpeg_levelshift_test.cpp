@@ -1,6 +1,7 @@
 // Level shift and zigzag in all tiers, exact across tiers: literal values, the check order with
 // several bad arguments at once, nothing written on failure, every width and misalignment against
 // a model, sources that end at a PROT_NONE page, and no byte written between or beyond the rows.
+// Class: exact across all tiers.
 #include "test_support.h"
 #include "tier_fixture.h"
 

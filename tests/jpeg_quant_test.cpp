@@ -3,6 +3,7 @@
 // dequantization, px with ties to even and saturation, the vector tiers with their own rounding and
 // wrap, checked against models written here at every misalignment of block and table. A quality of
 // 0 raises the processor's divide fault, checked in a child process.
+// Class: exact across all tiers for the three tables; exact per tier for the block functions.
 #include "test_support.h"
 #include "tier_fixture.h"
 
