@@ -39,9 +39,6 @@ std::string runCommand(const std::string& command)
 
 // Exports not built yet. Later work moves names from here into the library; the list must end empty.
 const std::set<std::string> kNotBuiltYet = {
-    "lumiAdd128_JPEG_16s8u_C1R",
-    "lumiDCT8x8Fwd_16s_C1I",
-    "lumiDCT8x8Inv_16s_C1I",
     "lumiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1",
     "lumiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1",
     "lumiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1",
@@ -66,16 +63,9 @@ const std::set<std::string> kNotBuiltYet = {
     "lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1",
     "lumiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1",
     "lumiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1",
-    "lumiQuantFwd8x8_JPEG_16s_C1I",
-    "lumiQuantFwdRawTableInit_JPEG_8u",
-    "lumiQuantFwdTableInit_JPEG_8u16u",
-    "lumiQuantInv8x8_JPEG_16s_C1I",
-    "lumiQuantInvTableInit_JPEG_8u16u",
     "lumiResizeSqrPixelGetBufSize",
     "lumiResizeSqrPixel_8u_C1R",
     "lumiResize_8u_C3R",
-    "lumiSub128_JPEG_8u16s_C1R",
-    "lumiZigzagInv8x8_16s_C1",
 };
 
 std::set<std::string> definedDynamicSymbols()
@@ -183,7 +173,16 @@ TEST(Stubs, EveryStubIsOneLoadAndOneIndirectJump)
 TEST(PortableTier, PxCodeUsesNoVectorInstructionsAndNoLibraryCopies)
 {
     // px is the scalar reference: the compiler must not have vectorised it or turned its loops into
-    // calls of the C library's copy and fill routines. Scalar float instructions are fine.
+    // calls of the C library's copy and fill routines. Scalar float instructions are fine. A
+    // sanitizer build instruments stack frames with vector stores of its own, so only a plain
+    // build can tell.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "sanitizer instrumentation adds vector stores";
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+    GTEST_SKIP() << "sanitizer instrumentation adds vector stores";
+#endif
+#endif
     // Register-to-register movaps/movapd are how compilers copy scalar registers, so packed moves
     // count only with a memory operand.
     const std::regex vector(R"(^((mov[ua]p[sd]|movdq[ua]|movnt\w*)\s.*\(.*|((add|sub|mul|div|min|max|sqrt)p[sd]|p(add|sub|mul|ack|unpck|shuf|cmp|max|min|avg|sad|sll|srl|sra)\w*|punpck\w*)\s.*))");
