@@ -89,7 +89,7 @@ public:
         }
         bits_.clear();
     }
-    size_t size() const { return bits_.size(); }
+    const std::vector<uint8_t>& bits() const { return bits_; }
 
 private:
     std::vector<uint8_t> bits_;
