@@ -6,6 +6,8 @@
 
 #include "jpeg/huffman_seq_enc.h"
 
+#include <array>
+
 #include <emmintrin.h>
 #include <mmintrin.h>
 #include <xmmintrin.h>
@@ -13,18 +15,40 @@
 namespace lum::henc {
 namespace {
 
-// Bit k set when zig-zag coefficient k is nonzero: compares against zero, packed to bytes, and the
-// bytes' sign bits gathered. a6 does it eight bytes at a time in MMX registers.
+// Natural index to zig-zag position, and for each row of the block a table that turns the row's
+// byte of a natural-order mask into the same bits in zig-zag order: eight look-ups in place of a
+// gather of the whole block.
+constexpr std::array<uint64_t, 8 * 256> makeZigzagBits()
+{
+    std::array<int, 64> position{};
+    for (int k = 0; k < 64; ++k) position[static_cast<size_t>(detail::kZigzag[static_cast<size_t>(k)])] = k;
+    std::array<uint64_t, 8 * 256> t{};
+    for (int row = 0; row < 8; ++row)
+        for (int byte = 0; byte < 256; ++byte)
+            for (int j = 0; j < 8; ++j)
+                if (byte >> j & 1) t[static_cast<size_t>(256 * row + byte)] |= uint64_t{1} << position[8 * row + j];
+    return t;
+}
+
+}  // namespace
+
+inline constexpr std::array<uint64_t, 8 * 256> kZigzagBits = makeZigzagBits();
+
+namespace {
+
+// Bit k set when zig-zag coefficient k is nonzero: the block compared with zero, packed to bytes,
+// the bytes' sign bits gathered in natural order, then moved to zig-zag order. a6 compares eight
+// bytes at a time in MMX registers.
 template <typename Tier>
-uint64_t nonzeroMask(const Lum16s (&zz)[64])
+uint64_t nonzeroMask(const Lum16s* pSrc)
 {
     uint64_t zeros = 0;
     if constexpr (Tier::kMmx) {
         const __m64 zero = _mm_setzero_si64();
         for (int i = 0; i < 8; ++i) {
             __m64 lo, hi;
-            std::memcpy(&lo, zz + 8 * i, sizeof lo);
-            std::memcpy(&hi, zz + 8 * i + 4, sizeof hi);
+            std::memcpy(&lo, pSrc + 8 * i, sizeof lo);
+            std::memcpy(&hi, pSrc + 8 * i + 4, sizeof hi);
             const __m64 z = _mm_packs_pi16(_mm_cmpeq_pi16(lo, zero), _mm_cmpeq_pi16(hi, zero));
             zeros |= uint64_t{static_cast<uint8_t>(_mm_movemask_pi8(z))} << (8 * i);
         }
@@ -32,13 +56,16 @@ uint64_t nonzeroMask(const Lum16s (&zz)[64])
     } else {
         const __m128i zero = _mm_setzero_si128();
         for (int i = 0; i < 4; ++i) {
-            const __m128i lo = _mm_load_si128(reinterpret_cast<const __m128i*>(zz + 16 * i));
-            const __m128i hi = _mm_load_si128(reinterpret_cast<const __m128i*>(zz + 16 * i + 8));
+            const __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pSrc + 16 * i));
+            const __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pSrc + 16 * i + 8));
             const __m128i z = _mm_packs_epi16(_mm_cmpeq_epi16(lo, zero), _mm_cmpeq_epi16(hi, zero));
             zeros |= uint64_t{static_cast<uint16_t>(_mm_movemask_epi8(z))} << (16 * i);
         }
     }
-    return ~zeros;
+    const uint64_t natural = ~zeros;
+    uint64_t zigzag = 0;
+    for (int row = 0; row < 8; ++row) zigzag |= kZigzagBits[static_cast<size_t>(256 * row) + (natural >> (8 * row) & 0xFF)];
+    return zigzag;
 }
 
 // The block's accumulator. Its drain has no per-byte test: it declines below 8 bytes of room, and
@@ -50,14 +77,14 @@ public:
     {
     }
 
-    // False on a symbol without a code or when room is in doubt.
+    // False on a symbol without a code or when room is in doubt. `value` holds no bits above n.
     bool codeAndValue(const LumEncodeHuffmanSpec* pSpec, int symbol, uint32_t value, int n)
     {
         const uint32_t e = specEntry(pSpec, symbol);
         const int length = codeLength(e) + n;
         if (codeLength(e) == 0) return false;
         if (length > 64 - used_ && !drain()) return false;
-        acc_ = acc_ << length | uint64_t{codeBits(e)} << n | (value & lowMask(n));
+        acc_ = acc_ << length | uint64_t{codeBits(e)} << n | value;
         used_ += length;
         return true;
     }
@@ -112,11 +139,10 @@ bool encodeBlockFast(const Lum16s* pSrc, Lum8u* pDst, Lum32s dstLen, Lum32s* pDs
     // At most 7 + 16 + 16 bits so far: no drain yet.
     const int32_t diff = int32_t{pSrc[0]} - *pLastDc;
     const int dcSize = valueSize(diff);
-    if (!w.codeAndValue(pDcSpec, dcSize, extraBits(diff), dcSize)) return false;
+    if (!w.codeAndValue(pDcSpec, dcSize, extraBits(diff) & static_cast<uint32_t>(lowMask(dcSize)), dcSize))
+        return false;
 
-    alignas(16) Lum16s zz[64];
-    for (int k = 0; k < 64; ++k) zz[k] = pSrc[ZigzagOrder[k]];
-    uint64_t nonzero = nonzeroMask<Tier>(zz) & ~uint64_t{1};
+    uint64_t nonzero = nonzeroMask<Tier>(pSrc) & ~uint64_t{1};
     int last = 0;
     while (nonzero != 0) {
         const int k = std::countr_zero(nonzero);
@@ -125,8 +151,12 @@ bool encodeBlockFast(const Lum16s* pSrc, Lum8u* pDst, Lum32s dstLen, Lum32s* pDs
         last = k;
         for (; run > 15; run -= 16)
             if (!w.codeAndValue(pAcSpec, kZrl, 0, 0)) return false;
-        const int size = valueSize(zz[k]);
-        if (!w.codeAndValue(pAcSpec, 16 * run + size, extraBits(zz[k]), size)) return false;
+        // Size and extra bits without branches: the sign as a mask, the magnitude and c - 1 from it.
+        const int32_t c = pSrc[ZigzagOrder[k]];
+        const int32_t sign = c >> 31;
+        const int size = std::bit_width(static_cast<uint32_t>((c ^ sign) - sign));
+        const uint32_t extra = static_cast<uint32_t>(c + sign) & ((1u << size) - 1);
+        if (!w.codeAndValue(pAcSpec, 16 * run + size, extra, size)) return false;
     }
     if (last != 63 && !w.codeAndValue(pAcSpec, kEob0, 0, 0)) return false;
     if (w.used() >= 8 && !w.drain()) return false;
