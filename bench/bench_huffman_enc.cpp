@@ -4,6 +4,7 @@
 // else) on the same coefficients.
 #include "frame/dispatch.h"
 #include "jpeg_file.h"
+#include "libjpeg_coefficients.h"
 
 #include <lum.h>
 
@@ -18,10 +19,11 @@
 
 namespace {
 
-using Block = std::array<Lum16s, 64>;
+using Block = model::Block;
 
 // A photo, its pixels taken from a test file, compressed by libjpeg at one quality: the file, its
-// coefficients in component order (every block of the padded arrays) and its parsed tables.
+// coefficients in component order (every block of libjpeg's arrays, padded to whole MCUs) and its
+// parsed tables.
 struct Image {
     std::vector<uint8_t> jpeg;
     std::vector<std::vector<Block>> blocks;  // per component
@@ -50,15 +52,36 @@ std::vector<uint8_t> decodePixels(const std::vector<uint8_t>& file, int& w, int&
     return px;
 }
 
+// A libjpeg compressor that writes to memory.
+class MemoryCompressor {
+public:
+    MemoryCompressor()
+    {
+        c.err = jpeg_std_error(&err_);
+        jpeg_create_compress(&c);
+        jpeg_mem_dest(&c, &out_, &size_);
+    }
+    ~MemoryCompressor()
+    {
+        jpeg_destroy_compress(&c);
+        free(out_);
+    }
+    MemoryCompressor(const MemoryCompressor&) = delete;
+    MemoryCompressor& operator=(const MemoryCompressor&) = delete;
+    std::vector<uint8_t> bytes() const { return {out_, out_ + size_}; }
+
+    jpeg_compress_struct c;
+
+private:
+    jpeg_error_mgr err_;
+    unsigned char* out_ = nullptr;
+    unsigned long size_ = 0;
+};
+
 std::vector<uint8_t> compress(const std::vector<uint8_t>& px, int w, int h, int quality)
 {
-    jpeg_compress_struct c;
-    jpeg_error_mgr err;
-    c.err = jpeg_std_error(&err);
-    jpeg_create_compress(&c);
-    unsigned char* out = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&c, &out, &size);
+    MemoryCompressor mc;
+    jpeg_compress_struct& c = mc.c;
     c.image_width = static_cast<JDIMENSION>(w);
     c.image_height = static_cast<JDIMENSION>(h);
     c.input_components = 3;
@@ -71,10 +94,7 @@ std::vector<uint8_t> compress(const std::vector<uint8_t>& px, int w, int h, int 
         jpeg_write_scanlines(&c, &row, 1);
     }
     jpeg_finish_compress(&c);
-    jpeg_destroy_compress(&c);
-    std::vector<uint8_t> v(out, out + size);
-    free(out);
-    return v;
+    return mc.bytes();
 }
 
 Image makeImage(int quality)
@@ -85,29 +105,10 @@ Image makeImage(int quality)
     Image img;
     img.jpeg = compress(px, w, h, quality);
     img.file = lumtest::parseJpeg(img.jpeg);
-    jpeg_decompress_struct d;
-    jpeg_error_mgr err;
-    d.err = jpeg_std_error(&err);
-    jpeg_create_decompress(&d);
-    jpeg_mem_src(&d, img.jpeg.data(), static_cast<unsigned long>(img.jpeg.size()));
-    jpeg_read_header(&d, TRUE);
-    jvirt_barray_ptr* arrays = jpeg_read_coefficients(&d);
-    for (int ci = 0; ci < d.num_components; ++ci) {
-        const auto& comp = d.comp_info[ci];
-        std::vector<Block> blocks;
-        for (JDIMENSION r = 0; r < comp.height_in_blocks; ++r) {
-            JBLOCKARRAY row = (*d.mem->access_virt_barray)(reinterpret_cast<j_common_ptr>(&d), arrays[ci], r, 1, FALSE);
-            for (JDIMENSION c = 0; c < comp.width_in_blocks; ++c) {
-                Block b;
-                for (int i = 0; i < 64; ++i) b[i] = static_cast<Lum16s>(row[0][c][i]);
-                blocks.push_back(b);
-            }
-        }
-        img.blockCount += blocks.size();
-        img.blocks.push_back(std::move(blocks));
+    for (auto& component : lumtest::readCoefficients(img.jpeg)) {
+        img.blockCount += component.blocks.size();
+        img.blocks.push_back(std::move(component.blocks));
     }
-    jpeg_finish_decompress(&d);
-    jpeg_destroy_decompress(&d);
     return img;
 }
 
@@ -177,26 +178,19 @@ void libjpegSequential(benchmark::State& state, int quality)
 {
     const Image& img = image(quality);
     jpeg_decompress_struct d;
-    jpeg_error_mgr derr, cerr;
+    jpeg_error_mgr derr;
     d.err = jpeg_std_error(&derr);
     jpeg_create_decompress(&d);
     jpeg_mem_src(&d, img.jpeg.data(), static_cast<unsigned long>(img.jpeg.size()));
     jpeg_read_header(&d, TRUE);
     jvirt_barray_ptr* arrays = jpeg_read_coefficients(&d);
     for (auto _ : state) {
-        jpeg_compress_struct c;
-        c.err = jpeg_std_error(&cerr);
-        jpeg_create_compress(&c);
-        unsigned char* out = nullptr;
-        unsigned long size = 0;
-        jpeg_mem_dest(&c, &out, &size);
-        jpeg_copy_critical_parameters(&d, &c);
-        c.optimize_coding = FALSE;
-        jpeg_write_coefficients(&c, arrays);
-        jpeg_finish_compress(&c);
-        jpeg_destroy_compress(&c);
-        benchmark::DoNotOptimize(size);
-        free(out);
+        MemoryCompressor mc;
+        jpeg_copy_critical_parameters(&d, &mc.c);
+        mc.c.optimize_coding = FALSE;
+        jpeg_write_coefficients(&mc.c, arrays);
+        jpeg_finish_compress(&mc.c);
+        benchmark::DoNotOptimize(mc.c.dest);
     }
     jpeg_finish_decompress(&d);
     jpeg_destroy_decompress(&d);

@@ -158,11 +158,10 @@ public:
 
     void first(const Block& b)
     {
-        static const auto zz = zigzag();
         int run = 0;
         for (int k = ss_; k <= se_; ++k) {
-            const int c = b[zz[k]];
-            const int a = (c < 0 ? -c : c) >> al_;
+            const int c = at(b, k);
+            const int a = transformed(c);
             if (a == 0) {
                 ++run;
                 continue;
@@ -179,17 +178,14 @@ public:
 
     void refine(const Block& b)
     {
-        static const auto zz = zigzag();
         int lastNew = 0;
-        for (int k = ss_; k <= se_; ++k) {
-            const int c = b[zz[k]];
-            if (((c < 0 ? -c : c) >> al_) == 1) lastNew = k;
-        }
+        for (int k = ss_; k <= se_; ++k)
+            if (transformed(at(b, k)) == 1) lastNew = k;
         std::vector<uint8_t> own;
         int run = 0;
         for (int k = ss_; k <= se_; ++k) {
-            const int c = b[zz[k]];
-            const int a = (c < 0 ? -c : c) >> al_;
+            const int c = at(b, k);
+            const int a = transformed(c);
             if (a == 0) {
                 ++run;
                 continue;
@@ -224,6 +220,14 @@ public:
     size_t pendingBits() const { return pending_.size(); }
 
 private:
+    static int at(const Block& b, int k)
+    {
+        static const auto zz = zigzag();
+        return b[static_cast<size_t>(zz[static_cast<size_t>(k)])];
+    }
+    // The point transform acts on the magnitude.
+    int transformed(int c) const { return (c < 0 ? -c : c) >> al_; }
+
     void putBits(std::vector<uint8_t>& bits)
     {
         for (uint8_t b : bits) out_.put(b, 1);

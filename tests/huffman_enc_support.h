@@ -4,6 +4,7 @@
 #pragma once
 
 #include "huffman_enc_model.h"
+#include "test_support.h"
 
 #include <lum.h>
 
@@ -211,6 +212,33 @@ inline std::vector<uint8_t> encodeChunked(const EncodeStep& step, const std::vec
     if (refills != nullptr) *refills = fresh;
     return out;
 }
+
+// A block with the given values at zig-zag positions.
+inline model::Block blockWith(std::initializer_list<std::pair<int, int>> zigzagValues, int dc = 0)
+{
+    static const auto zz = model::zigzag();
+    model::Block b{};
+    b[0] = static_cast<Lum16s>(dc);
+    for (auto [k, v] : zigzagValues) b[static_cast<size_t>(zz[static_cast<size_t>(k)])] = static_cast<Lum16s>(v);
+    return b;
+}
+
+// Records at odd addresses, the standard luminance DC table, an AC table, a canary-filled output.
+struct EncoderFixture {
+    Spec dc{3}, ac{1};
+    State state{5};
+    std::vector<uint8_t> buf;
+    Lum32s pos = 0;
+    Lum16s lastDc = 0;
+
+    EncoderFixture(const TableSpec& acTable, size_t bufSize) : buf(bufSize, kCanary)
+    {
+        initSpec(dc, stdDcLuminance());
+        initSpec(ac, acTable);
+        lumiEncodeHuffmanStateInit_JPEG_8u(state.get());
+    }
+    std::vector<uint8_t> written() const { return {buf.begin(), buf.begin() + pos}; }
+};
 
 inline std::vector<uint8_t> bytesOf(model::BitList& bits)
 {

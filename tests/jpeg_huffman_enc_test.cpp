@@ -127,19 +127,8 @@ TEST_P(EncodeRecords, StateInitClearsAllButTheReservedBytes)
 
 // ---- Sequential encoding: literal streams --------------------------------------------------------
 
-struct SeqFixture {
-    Spec dc{3}, ac{1};
-    State state{5};
-    std::vector<uint8_t> buf = std::vector<uint8_t>(256, 0xA5);
-    Lum32s pos = 0;
-    Lum16s lastDc = 0;
-
-    explicit SeqFixture(const TableSpec& acTable = tinyAcTable())
-    {
-        initSpec(dc, stdDcLuminance());
-        initSpec(ac, acTable);
-        lumiEncodeHuffmanStateInit_JPEG_8u(state.get());
-    }
+struct SeqFixture : EncoderFixture {
+    explicit SeqFixture(const TableSpec& acTable = tinyAcTable()) : EncoderFixture(acTable, 256) {}
     LumStatus encode(const model::Block& b, Lum32s len = 256)
     {
         return lumiEncodeHuffman8x8_JPEG_16s1u_C1(b.data(), buf.data(), len, &pos, &lastDc, dc.get(), ac.get(),
@@ -150,17 +139,7 @@ struct SeqFixture {
         return lumiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, buf.data(), len, &pos, nullptr, nullptr, nullptr,
                                                  state.get(), 1);
     }
-    std::vector<uint8_t> written() const { return {buf.begin(), buf.begin() + pos}; }
 };
-
-model::Block blockWith(std::initializer_list<std::pair<int, int>> zigzagValues, int dc = 0)
-{
-    static const auto zz = model::zigzag();
-    model::Block b{};
-    b[0] = static_cast<Lum16s>(dc);
-    for (auto [k, v] : zigzagValues) b[zz[k]] = static_cast<Lum16s>(v);
-    return b;
-}
 
 TEST_P(EncodeSequential, AllZeroBlock)
 {

@@ -20,28 +20,8 @@ using namespace lumtest;
 
 class EncodeProgressive : public TierTest {};
 
-model::Block blockWith(std::initializer_list<std::pair<int, int>> zigzagValues, int dc = 0)
-{
-    static const auto zz = model::zigzag();
-    model::Block b{};
-    b[0] = static_cast<Lum16s>(dc);
-    for (auto [k, v] : zigzagValues) b[zz[k]] = static_cast<Lum16s>(v);
-    return b;
-}
-
-struct ProgFixture {
-    Spec dc{1}, ac{2};
-    State state{3};
-    std::vector<uint8_t> buf = std::vector<uint8_t>(4096, kCanary);
-    Lum32s pos = 0;
-    Lum16s lastDc = 0;
-
-    explicit ProgFixture(const TableSpec& acTable = tinyAcTable())
-    {
-        initSpec(dc, stdDcLuminance());
-        initSpec(ac, acTable);
-        lumiEncodeHuffmanStateInit_JPEG_8u(state.get());
-    }
+struct ProgFixture : EncoderFixture {
+    explicit ProgFixture(const TableSpec& acTable = tinyAcTable()) : EncoderFixture(acTable, 4096) {}
     LumStatus dcFirst(const model::Block& b, int al, Lum32s flush = 0)
     {
         return lumiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(b.data(), buf.data(), len(), &pos, &lastDc, al, dc.get(),
@@ -61,9 +41,7 @@ struct ProgFixture {
         return lumiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(b ? b->data() : nullptr, buf.data(), len(), &pos, ss, se,
                                                           al, ac.get(), state.get(), b == nullptr);
     }
-    Lum32s len() const { return limit; }
-    std::vector<uint8_t> written() const { return {buf.begin(), buf.begin() + pos}; }
-    Lum32s limit = 4096;
+    Lum32s len() const { return static_cast<Lum32s>(buf.size()); }
 };
 
 // ---- Checks --------------------------------------------------------------------------------------

@@ -18,15 +18,6 @@ using namespace lumtest;
 class HuffmanStats : public TierTest {};
 class RawTable : public TierTest {};
 
-model::Block blockWith(std::initializer_list<std::pair<int, int>> zigzagValues, int dc = 0)
-{
-    static const auto zz = model::zigzag();
-    model::Block b{};
-    b[0] = static_cast<Lum16s>(dc);
-    for (auto [k, v] : zigzagValues) b[zz[k]] = static_cast<Lum16s>(v);
-    return b;
-}
-
 // ---- Table construction ------------------------------------------------------------------------------
 
 struct TableResult {
