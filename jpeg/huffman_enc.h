@@ -110,8 +110,13 @@ inline uint32_t codeBits(uint32_t entry) { return entry & 0xFFFF; }
 
 inline uint64_t lowMask(int n) { return n >= 64 ? ~uint64_t{0} : (uint64_t{1} << n) - 1; }
 
-// |v| without overflow, for values up to 32 bits.
-inline uint32_t magnitude(int32_t v) { return v < 0 ? 0u - static_cast<uint32_t>(v) : static_cast<uint32_t>(v); }
+// |v| without overflow, for values up to 32 bits; without a branch, as the sign of a coefficient is
+// as good as random.
+inline uint32_t magnitude(int32_t v)
+{
+    const auto sign = static_cast<uint32_t>(v >> 31);
+    return (static_cast<uint32_t>(v) ^ sign) - sign;
+}
 
 // The size category of a value: the number of significant bits of its magnitude, 0 for 0.
 inline int valueSize(int32_t v) { return std::bit_width(magnitude(v)); }

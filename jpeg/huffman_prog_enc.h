@@ -63,7 +63,8 @@ LumStatus acFirstBlock(Sink& sink, const LumEncodeHuffmanSpec* pSpec, const Lum1
         }
         const int size = std::bit_width(a);
         if (size > Sink::kSizeLimit) return lumStsJpegCoefOutOfRange;
-        status = sink.codeAndValue(pSpec, 16 * run + size, c < 0 ? ~a : a, size);
+        // A negative coefficient sends the complement of its magnitude.
+        status = sink.codeAndValue(pSpec, 16 * run + size, a ^ static_cast<uint32_t>(c >> 31), size);
         if (status != lumStsNoErr) return status;
         run = 0;
     }
