@@ -83,8 +83,7 @@ TEST_P(EncodeRecords, TwoHundredFiftySixCodesPassAndOneMoreIsRefused)
     EXPECT_EQ(spec.entry(0), 0x00080000u);
     EXPECT_EQ(spec.entry(254), 0x000800FEu);
     EXPECT_EQ(spec.entry(255), 0x000901FEu);
-    // A 257th code is refused by its count, before any code is given out: a full 256 at length 1
-    // would overflow at once, but the count comes first.
+    // A 257th code is refused, and the spec is left all zero.
     bits[8] = 2;
     expectRefused(bits);
 }
@@ -365,7 +364,7 @@ TEST_P(EncodeBitOutput, FullBufferKeepsTheStateFromBeforeTheCall)
     BitFixture f;
     EXPECT_EQ(f.bits("0101010"), lumStsNoErr);
     const auto before = f.state.snapshot();
-    EXPECT_EQ(f.bit(1, 0 + 1), lumStsNoErr);  // the byte 0x55 fits
+    EXPECT_EQ(f.bit(1, 1), lumStsNoErr);  // the byte 0x55 just fits
     EXPECT_EQ(f.pos, 1);
     EXPECT_EQ(f.bits("0110011"), lumStsNoErr);
     const auto second = f.state.snapshot();
