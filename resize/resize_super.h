@@ -20,9 +20,11 @@ class SuperSampler {
 public:
     using Real = typename Tier::Real;
 
-    SuperSampler(const Lum8u* src, Lum32s srcStep, Lum32s cols, Real ix, Real iy, Lum32s pixelStep, Lum32s channels)
+    SuperSampler(const Lum8u* src, Lum32s srcStep, Lum32s rowsInImage, Lum32s cols, Real ix, Real iy,
+                 Lum32s pixelStep, Lum32s channels)
         : cursor_(src),
           srcStep_(srcStep),
+          rowsInImage_(rowsInImage),
           cols_(cols),
           ix_(ix),
           iy_(iy),
@@ -38,9 +40,13 @@ public:
     // 0: both inverse factors whole, 32-bit integer sums; 1: x whole; 2: y whole; 3: neither.
     int kind() const { return (wholeX_ ? 0 : 2) + (wholeY_ ? 0 : 1); }
 
-    // Entries of the accumulator row, and one spare pixel that stays zero: a fractional share can
-    // reach the entry just past the last summed column.
-    Lum32s accumulatorLength() const { return (cols_ + 1) * pixelStep_; }
+    // Entries of the accumulator row. The pixels past the summed columns stay zero: a fractional share
+    // can reach the entry just past the last column, and when a one-pixel result is raised from half a
+    // pixel, the first destination pixel spans more columns than the region has.
+    Lum32s accumulatorLength() const
+    {
+        return static_cast<Lum32s>((static_cast<uint32_t>(std::max(cols_, nx_)) + 1) * static_cast<uint32_t>(pixelStep_));
+    }
 
     template <typename Acc>
     void destinationRow(Acc* acc, Lum32s row)
@@ -74,13 +80,25 @@ public:
     }
 
 private:
+    // Rows past the image's end, which only a result raised from half a pixel reaches, add nothing.
+    bool rowInImage() const { return row_ < rowsInImage_; }
+    void nextRow()
+    {
+        cursor_ += srcStep_;
+        ++row_;
+    }
+
     template <typename Acc>
     void addWholeRows(Acc* acc, Lum32s rows)
     {
-        for (Lum32s r = 0; r < rows; ++r, cursor_ += srcStep_) Tier::addRow(acc, cursor_, cols_ * pixelStep_);
+        for (Lum32s r = 0; r < rows; ++r, nextRow())
+            if (rowInImage()) Tier::addRow(acc, cursor_, cols_ * pixelStep_);
     }
 
-    void addShare(Lum32f* acc, Real share) { Tier::addRowScaled(acc, cursor_, cols_ * pixelStep_, Lum32f(share)); }
+    void addShare(Lum32f* acc, Real share)
+    {
+        if (rowInImage()) Tier::addRowScaled(acc, cursor_, cols_ * pixelStep_, Lum32f(share));
+    }
 
     // A source row cut by the border between two destination rows counts in both by its shares.
     void addFractionalRows(Lum32f* acc, bool first)
@@ -96,7 +114,7 @@ private:
         fracY_ = (iy_ - rem) - n;
         if (rem > Real(1e-07)) {
             addShare(acc, rem);
-            cursor_ += srcStep_;
+            nextRow();
         }
         addWholeRows(acc, truncToInt<Real>(n));
         if (fracY_ > Real(1e-07)) addShare(acc, fracY_);
@@ -148,6 +166,8 @@ private:
 
     const Lum8u* cursor_;
     Lum32s srcStep_;
+    Lum32s rowsInImage_;
+    Lum32s row_ = 0;  // the cursor's row, counted from the region's first
     Lum32s cols_;
     Real ix_;
     Real iy_;
@@ -181,7 +201,7 @@ LumStatus resizeSuperDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, 
     const double scale = xFactor * yFactor;
     const Lum32s cols = std::min(truncToInt<Real>(Real(width + 1) * ix) + 1, rw);
     const Lum8u* base = pSrc + static_cast<ptrdiff_t>(srcRoi.y) * srcStep + srcRoi.x * pixelStep;
-    SuperSampler<Tier> sampler(base, srcStep, cols, ix, iy, pixelStep, channels);
+    SuperSampler<Tier> sampler(base, srcStep, srcSize.height - srcRoi.y, cols, ix, iy, pixelStep, channels);
 
     Lum32f* acc = Tier::allocFloat(sampler.accumulatorLength());
     if (acc == nullptr) return lumStsBufferTooSmall;
