@@ -1,7 +1,7 @@
 // resizeSuperDriver: area means for reduction in lumiResize_8u_C3R. One accumulator row collects the
 // column sums of the source rows that belong to a destination row, is compressed in place to one
 // entry per destination pixel, and is written out. Templated on the tier, whose Tier::addRow kernels
-// do the row sums and whose Real holds the progress values.
+// do the row sums.
 #pragma once
 
 #include "resize/resize_common.h"
@@ -15,10 +15,14 @@
 
 namespace lum::resize {
 
+// The inverse factors and the progress values are 64-bit floats in every tier, so that the inverse of
+// a 64-bit 1/3 comes out whole (3.0) and the sums stay integers everywhere.
+using SuperReal = double;
+
 template <typename Tier>
 class SuperSampler {
 public:
-    using Real = typename Tier::Real;
+    using Real = SuperReal;
 
     SuperSampler(const Lum8u* src, Lum32s srcStep, Lum32s rowsInImage, Lum32s cols, Real ix, Real iy,
                  Lum32s pixelStep, Lum32s channels)
@@ -186,7 +190,7 @@ LumStatus resizeSuperDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, 
                             Lum32s dstStep, LumSize dstRoiSize, double xFactor, double yFactor, Lum32s pixelStep,
                             Lum32s channels)
 {
-    using Real = typename Tier::Real;
+    using Real = SuperReal;
     const LumStatus status = checkEndsArgs(pSrc, srcSize, srcRoi, pDst, dstRoiSize, xFactor, yFactor, false, 0);
     if (status != lumStsNoErr) return status;
     const Lum32s rw = clippedLength(srcRoi.width, srcRoi.x, srcSize.width);

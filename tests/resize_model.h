@@ -308,9 +308,10 @@ EndsAxisModel endsAxis(int mode, int rl, double factor, int count, int n, int or
 }
 
 // Super-sampling, step by step as the rule goes, with the accumulator kept as the library keeps it.
-template <typename Real>
-void superModel(const EndsCall& c, const Image& src, int W, int H, Image& dst)
+// Its inverse factors and progress values are 64-bit floats in every tier.
+inline void superModel(const EndsCall& c, const Image& src, int W, int H, Image& dst)
 {
+    using Real = double;
     const int rw = std::min(c.srcRoi.width, c.srcWidth - c.srcRoi.x);
     const Real ix = Real(1.0) / Real(c.xFactor), iy = Real(1.0) / Real(c.yFactor);
     const double scale = c.xFactor * c.yFactor;
@@ -404,13 +405,16 @@ LumStatus endsModel(const EndsCall& c, const Image& src, Image& dst)
     const int rw = std::min(c.srcRoi.width, c.srcWidth - c.srcRoi.x);
     const int rh = std::min(c.srcRoi.height, c.srcHeight - c.srcRoi.y);
     int W, H;
+    if (c.mode == 8) {
+        if (!endsLength(double(rw) * c.xFactor, c.dstRoiSize.width, W) ||
+            !endsLength(double(rh) * c.yFactor, c.dstRoiSize.height, H))
+            return lumStsDstBelowOnePixel;
+        superModel(c, src, W, H, dst);
+        return lumStsNoErr;
+    }
     if (!endsLength(Real(rw) * Real(c.xFactor), c.dstRoiSize.width, W) ||
         !endsLength(Real(rh) * Real(c.yFactor), c.dstRoiSize.height, H))
         return lumStsDstBelowOnePixel;
-    if (c.mode == 8) {
-        superModel<Real>(c, src, W, H, dst);
-        return lumStsNoErr;
-    }
     const int mode = lowered(c.mode, c.srcWidth, c.srcHeight);
     const int ox = c.srcRoi.x, oy = c.srcRoi.y;
     const EndsAxisModel ys = endsAxis<Real>(mode, rh, c.yFactor, H, c.srcHeight, oy);
