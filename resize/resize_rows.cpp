@@ -97,6 +97,8 @@ void nearestRows(const ResizeJob& job)
         Lum8u* d = destinationRow(job, i);
         if constexpr (Channels == 1) {
             rowvec::gatherBytes(s, job.colOffsets, d, job.width);
+        } else if (Channels == 3 && ps == 3) {
+            rowvec::gatherPixels3(s, job.colOffsets, d, job.width);
         } else {
             for (Lum32s j = 0; j < job.width; ++j, d += ps)
                 for (int c = 0; c < Channels; ++c) d[c] = s[job.colOffsets[j] + c];
@@ -161,6 +163,8 @@ void cubicFilter(const ResizeJob& job, const Layout<One>& lay, const Lum8u* s, L
 {
     if constexpr (One) {
         rowvec::cubicHorizontalC1(s, job.colOffsets, job.xValues, out, job.width);
+    } else if (lay.pixelStep == 3 && lay.channels == 3) {
+        rowvec::cubicHorizontalC3(s, job.colOffsets, job.xValues, out, job.width);
     } else {
         const Lum32s ps = lay.pixelStep;
         for (Lum32s j = 0; j < job.width; ++j) {

@@ -49,6 +49,35 @@ __m128i finishLanes(__m128 lo, __m128 hi)
     return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_setzero_si128());
 }
 
+// a, b and c of four columns from their fractions, computed in 64-bit lanes two columns at a time and
+// kept as floats.
+struct CubicLanes {
+    __m128 a, b, c;
+};
+
+CubicLanes cubicCoefficientLanes(const Lum32f* fractions)
+{
+    const __m128 t = _mm_loadu_ps(fractions);
+    const __m128d one = _mm_set1_pd(1.0), half = _mm_set1_pd(0.5), three = _mm_set1_pd(3.0);
+    __m128 k[2][3];
+    for (int h = 0; h < 2; ++h) {
+        const __m128d th = _mm_cvtps_pd(h == 0 ? t : _mm_movehl_ps(t, t));
+        const __m128d a = _mm_add_pd(th, one);
+        const __m128d b = _mm_mul_pd(_mm_mul_pd(th, a), half);
+        const __m128d c = _mm_div_pd(_mm_mul_pd(_mm_sub_pd(th, one), b), three);
+        k[h][0] = _mm_cvtpd_ps(a);
+        k[h][1] = _mm_cvtpd_ps(b);
+        k[h][2] = _mm_cvtpd_ps(c);
+    }
+    return {_mm_movelh_ps(k[0][0], k[1][0]), _mm_movelh_ps(k[0][1], k[1][1]), _mm_movelh_ps(k[0][2], k[1][2])};
+}
+
+template <int Lane>
+__m128 broadcast(__m128 v)
+{
+    return _mm_shuffle_ps(v, v, _MM_SHUFFLE(Lane, Lane, Lane, Lane));
+}
+
 }  // namespace
 
 void gatherBytes(const Lum8u* s, const Lum32s* offsets, Lum8u* d, Lum32s n)
@@ -61,6 +90,20 @@ void gatherBytes(const Lum8u* s, const Lum32s* offsets, Lum8u* d, Lum32s n)
         d[j + 3] = s[offsets[j + 3]];
     }
     for (; j < n; ++j) d[j] = s[offsets[j]];
+}
+
+// Three bytes per pixel as one 16-bit and one 8-bit load and one 32-bit store, whose fourth byte the
+// next pixel overwrites; the last pixel is stored bytewise.
+void gatherPixels3(const Lum8u* s, const Lum32s* offsets, Lum8u* d, Lum32s n)
+{
+    Lum32s j = 0;
+    for (; j + 1 < n; ++j) {
+        const Lum8u* p = s + offsets[j];
+        const uint32_t v = uint32_t(load16(p)) | uint32_t(p[2]) << 16;
+        std::memcpy(d + 3 * j, &v, 4);
+    }
+    for (; j < n; ++j)
+        for (int c = 0; c < 3; ++c) d[3 * j + c] = s[offsets[j] + c];
 }
 
 // Eight columns at a time: each pair s[x], s[x+1] is one 16-bit gather, and one multiply-add per
@@ -148,7 +191,7 @@ void linearVertical(const Lum16u* upper, const Lum16u* lower, uint32_t wy, Lum8u
 }
 
 // Four columns at a time: each column's four samples are one 32-bit gather, transposed into the
-// lanes of p0 to p3; a, b and c come from the fractions in 64-bit arithmetic, two columns at a time.
+// lanes of p0 to p3.
 void cubicHorizontalC1(const Lum8u* s, const Lum32s* offsets, const Lum32f* fractions, Lum32f* out, Lum32s n)
 {
     Lum32s j = 0;
@@ -158,25 +201,41 @@ void cubicHorizontalC1(const Lum8u* s, const Lum32s* offsets, const Lum32f* frac
         __m128 p2 = bytesToFloats(load32(s + offsets[j + 2] - 1));
         __m128 p3 = bytesToFloats(load32(s + offsets[j + 3] - 1));
         _MM_TRANSPOSE4_PS(p0, p1, p2, p3);
-        const __m128 t = _mm_loadu_ps(fractions + j);
-        const __m128d one = _mm_set1_pd(1.0), half = _mm_set1_pd(0.5), third = _mm_set1_pd(3.0);
-        __m128 abc[3];
-        for (int h = 0; h < 2; ++h) {
-            const __m128d th = _mm_cvtps_pd(h == 0 ? t : _mm_movehl_ps(t, t));
-            const __m128d a = _mm_add_pd(th, one);
-            const __m128d b = _mm_mul_pd(_mm_mul_pd(th, a), half);
-            const __m128d c = _mm_div_pd(_mm_mul_pd(_mm_sub_pd(th, one), b), third);
-            const __m128 fa = _mm_cvtpd_ps(a), fb = _mm_cvtpd_ps(b), fc = _mm_cvtpd_ps(c);
-            abc[0] = h == 0 ? fa : _mm_movelh_ps(abc[0], fa);
-            abc[1] = h == 0 ? fb : _mm_movelh_ps(abc[1], fb);
-            abc[2] = h == 0 ? fc : _mm_movelh_ps(abc[2], fc);
-        }
-        _mm_storeu_ps(out + j, cubicLanes(p0, p1, p2, p3, abc[0], abc[1], abc[2]));
+        const CubicLanes k = cubicCoefficientLanes(fractions + j);
+        _mm_storeu_ps(out + j, cubicLanes(p0, p1, p2, p3, k.a, k.b, k.c));
     }
     for (; j < n; ++j) {
         const Lum8u* p = s + offsets[j];
         out[j] = static_cast<Lum32f>(
             resize::cubicValue(p[-1], p[0], p[1], p[2], resize::cubicCoefficients(fractions[j])));
+    }
+}
+
+// One pixel in the lanes of its three channels: the taps at x-3, x, x+3 and x+6 are 32-bit loads that
+// stay within bytes x-3 to x+8. Four values are stored per pixel and the fourth is overwritten by the
+// next pixel, so the last pixel takes the scalar form.
+void cubicHorizontalC3(const Lum8u* s, const Lum32s* offsets, const Lum32f* fractions, Lum32f* out, Lum32s n)
+{
+    auto pixel = [&](Lum32s j, __m128 a, __m128 b, __m128 c) {
+        const Lum8u* p = s + offsets[j];
+        const __m128 p3 = bytesToFloats(int32_t(uint32_t(load32(p + 5)) >> 8));
+        const __m128 v =
+            cubicLanes(bytesToFloats(load32(p - 3)), bytesToFloats(load32(p)), bytesToFloats(load32(p + 3)), p3, a, b, c);
+        _mm_storeu_ps(out + 3 * j, v);
+    };
+    Lum32s j = 0;
+    for (; j + 4 < n; j += 4) {
+        const CubicLanes k = cubicCoefficientLanes(fractions + j);
+        pixel(j, broadcast<0>(k.a), broadcast<0>(k.b), broadcast<0>(k.c));
+        pixel(j + 1, broadcast<1>(k.a), broadcast<1>(k.b), broadcast<1>(k.c));
+        pixel(j + 2, broadcast<2>(k.a), broadcast<2>(k.b), broadcast<2>(k.c));
+        pixel(j + 3, broadcast<3>(k.a), broadcast<3>(k.b), broadcast<3>(k.c));
+    }
+    for (; j < n; ++j) {
+        const Lum8u* p = s + offsets[j];
+        const resize::CubicCoefficients k = resize::cubicCoefficients(fractions[j]);
+        for (int c = 0; c < 3; ++c)
+            out[3 * j + c] = static_cast<Lum32f>(resize::cubicValue(p[c - 3], p[c], p[c + 3], p[c + 6], k));
     }
 }
 

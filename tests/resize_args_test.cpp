@@ -281,10 +281,11 @@ TEST_P(ResizeArgsTest, AllocationFailureReleasesEverything)
     // 357913942 rows in mode 16: six coefficients per row wrap the element count past 2^31, after
     // 2.9 GB of tables were obtained. a6 and w7 allocate with px's plain allocators, t7 with the
     // prefetching ones; the large case runs once per allocator, as it is slow under AddressSanitizer.
-    if (slot() == 0 || slot() == 3)
+    if (slot() == 0 || slot() == 3) {
         EXPECT_EQ(lumiResize_8u_C3R(src.bytes.data(), src.size(), src.step, src.whole(), dst.data(), 3 * 8,
                                     {8, 357913942}, 1.0, 1e8, 16),
                   lumStsBufferTooSmall);
+    }
     // Super-sampling at 1e-9 across a 6e8-pixel region: the accumulator's count wraps.
     EXPECT_EQ(lumiResize_8u_C3R(src.bytes.data(), {600000000, 1}, src.step, {0, 0, 600000000, 1}, dst.data(), 3 * 8,
                                 {8, 8}, 1e-9, 1.0, 8),
