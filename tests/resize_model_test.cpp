@@ -162,4 +162,53 @@ TEST_P(ResizeModelTest, EndsGeometryAgreesWithTheModel)
 
 LUM_ALL_TIERS(ResizeModelTest);
 
+// The class of each mode across tiers, on the same inputs: nearest, linear and whole-factor
+// super-sampling are exact across all tiers where positions are exact in every width (factors and
+// shifts that are binary fractions); cubic, Lanczos and fractional super-sampling agree within one
+// level, as the tiers' floating-point widths differ.
+TEST(ResizeTiers, ModesKeepTheirClassAcrossTiers)
+{
+    std::mt19937 rng(9300);
+    const double kExact[] = {0.5, 2.0, 0.25, 1.5, 0.75, 4.0};
+    const int kModes[] = {1, 2, 4, 16};
+    for (int n = 0; n < 60; ++n) {
+        const int mode = kModes[n % 4];
+        const double xf = kExact[rng() % 6], yf = kExact[rng() % 6];
+        const double shift = (int(rng() % 16) - 8) / 4.0;
+        const Image src = randomImage(24 + int(rng() % 20), 24 + int(rng() % 20), 1, false, rng);
+        const Image rgb = randomImage(src.width, src.height, 3, false, rng);
+        const LumRect roi{int(rng() % 4), int(rng() % 4), src.width, src.height};
+        const LumRect dstRoi{0, 0, 90, 90};
+        Lum32s size = 0;
+        ASSERT_EQ(lumiResizeSqrPixelGetBufSize({90, 90}, 1, mode, &size), lumStsNoErr);
+        std::vector<uint8_t> scratch(static_cast<size_t>(size));
+        const double sf = n % 2 == 0 ? 1.0 / (1 + rng() % 4) : 0.3 + (rng() % 700) / 1000.0;
+        const Image d0 = randomImage(91, 91, 1, false, rng), e0 = randomImage(91, 91, 3, false, rng);
+        std::vector<Image> region, ends, super;
+        for (int slot = 0; slot < 4; ++slot) {
+            ASSERT_EQ(lumSetTierByCpuCode(lumtest::kTierCodes[slot]), lumStsNoErr);
+            Image d = d0, e = e0, f = e0;
+            ASSERT_EQ(lumiResizeSqrPixel_8u_C1R(src.base(), {src.width, src.height}, src.step, roi, d.base(), d.step,
+                                                dstRoi, xf, yf, shift, -shift, mode, scratch.data()),
+                      lumStsNoErr);
+            ASSERT_EQ(lumiResize_8u_C3R(rgb.base(), {rgb.width, rgb.height}, rgb.step, roi, e.base(), e.step, {90, 90},
+                                        xf, yf, mode),
+                      lumStsNoErr);
+            ASSERT_EQ(lumiResize_8u_C3R(rgb.base(), {rgb.width, rgb.height}, rgb.step, roi, f.base(), f.step, {90, 90},
+                                        sf, sf, lumResizeSuper),
+                      lumStsNoErr);
+            region.push_back(d);
+            ends.push_back(e);
+            super.push_back(f);
+        }
+        lumSetTierByCpuCode(-1);
+        for (int slot = 1; slot < 4; ++slot) {
+            const int allowed = mode >= 4 ? 1 : 0;
+            EXPECT_LE(maxDifference(region[slot], region[0]), allowed) << n << " slot " << slot;
+            EXPECT_LE(maxDifference(ends[slot], ends[0]), allowed) << n << " slot " << slot;
+            EXPECT_LE(maxDifference(super[slot], super[0]), n % 2 == 0 ? 0 : 1) << n << " slot " << slot;
+        }
+    }
+}
+
 }  // namespace
