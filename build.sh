@@ -11,7 +11,7 @@ cd "$(dirname "$0")"
 mode=${1:-test}
 jobs=$(nproc 2>/dev/null || echo 2)
 
-packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev)
+packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev libopencv-dev libyuv-dev)
 [ "$mode" = clang ] && packages+=(clang)
 missing=()
 for p in "${packages[@]}"; do

@@ -87,10 +87,9 @@ void lumOneChannel(benchmark::State& state, const Tier& tier, const Mode& mode, 
     lumSetTierByCpuCode(tier.code);
     const double xf = double(t.width) / kSrcWidth, yf = double(t.height) / kSrcHeight;
     for (auto _ : state) {
-        const LumStatus s = lumiResizeSqrPixel_8u_C1R(src.data, {kSrcWidth, kSrcHeight}, int(src.step),
-                                                      {0, 0, kSrcWidth, kSrcHeight}, dst.data, int(dst.step),
-                                                      {0, 0, t.width, t.height}, xf, yf, 0.0, 0.0, mode.code,
-                                                      scratch.data());
+        const LumStatus s = lumiResizeSqrPixel_8u_C1R(
+            src.data, {kSrcWidth, kSrcHeight}, int(src.step), {0, 0, kSrcWidth, kSrcHeight}, dst.data,
+            int(dst.step), {0, 0, t.width, t.height}, xf, yf, 0.0, 0.0, mode.code, scratch.data());
         if (s != lumStsNoErr) state.SkipWithError("resize failed");
         benchmark::DoNotOptimize(dst.data);
     }
@@ -105,9 +104,9 @@ void lumThreeChannels(benchmark::State& state, const Tier& tier, const Mode& mod
     lumSetTierByCpuCode(tier.code);
     const double xf = double(t.width) / kSrcWidth, yf = double(t.height) / kSrcHeight;
     for (auto _ : state) {
-        const LumStatus s = lumiResize_8u_C3R(src.data, {kSrcWidth, kSrcHeight}, int(src.step),
-                                              {0, 0, kSrcWidth, kSrcHeight}, dst.data, int(dst.step),
-                                              {t.width, t.height}, xf, yf, mode.code);
+        const LumStatus s =
+            lumiResize_8u_C3R(src.data, {kSrcWidth, kSrcHeight}, int(src.step), {0, 0, kSrcWidth, kSrcHeight},
+                              dst.data, int(dst.step), {t.width, t.height}, xf, yf, mode.code);
         if (s != lumStsNoErr) state.SkipWithError("resize failed");
         benchmark::DoNotOptimize(dst.data);
     }
@@ -132,8 +131,8 @@ void libYuv(benchmark::State& state, int planes, const Mode& mode, const Target&
     cv::Mat dst(t.height, t.width, CV_8UC1);
     for (auto _ : state) {
         for (int p = 0; p < planes; ++p)
-            libyuv::ScalePlane(src.data, int(src.step), kSrcWidth, kSrcHeight, dst.data, int(dst.step), t.width,
-                               t.height, mode.yuv);
+            libyuv::ScalePlane(src.data, int(src.step), kSrcWidth, kSrcHeight, dst.data, int(dst.step),
+                               t.width, t.height, mode.yuv);
         benchmark::DoNotOptimize(dst.data);
     }
     setItems(state, t);
@@ -147,15 +146,18 @@ void registerAll()
                 const bool reduces = t.width < kSrcWidth;
                 // Super-sampling exists for three channels and for reduction only.
                 if (m.code == lumResizeSuper && (channels == 1 || !reduces)) continue;
-                const std::string prefix = std::string("C") + std::to_string(channels) + "/" + t.name + "/" + m.name + "/";
+                const std::string prefix =
+                    std::string("C") + std::to_string(channels) + "/" + t.name + "/" + m.name + "/";
                 for (const Tier& tier : kTiers) {
                     if (channels == 1)
                         benchmark::RegisterBenchmark((prefix + tier.name).c_str(), lumOneChannel, tier, m, t);
                     else
-                        benchmark::RegisterBenchmark((prefix + tier.name).c_str(), lumThreeChannels, tier, m, t);
+                        benchmark::RegisterBenchmark((prefix + tier.name).c_str(), lumThreeChannels, tier, m,
+                                                     t);
                 }
                 benchmark::RegisterBenchmark((prefix + "opencv").c_str(), openCv, channels, m, t);
-                if (m.yuvHasIt) benchmark::RegisterBenchmark((prefix + "libyuv").c_str(), libYuv, channels, m, t);
+                if (m.yuvHasIt)
+                    benchmark::RegisterBenchmark((prefix + "libyuv").c_str(), libYuv, channels, m, t);
             }
 }
 

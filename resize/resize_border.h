@@ -96,7 +96,8 @@ void separableBorderPass(const BorderJob& b, Horizontal horizontal, Vertical ver
         Lum32s columns[Taps];
         for (int k = 0; k < Taps; ++k) columns[k] = edgeTap(qx, k - Before, b.imageWidth);
         Lum32f sums[Taps];
-        for (int k = 0; k < Taps; ++k) sums[k] = horizontal(b.row(edgeTap(qy, k - Before, b.imageHeight)), columns, j);
+        for (int k = 0; k < Taps; ++k)
+            sums[k] = horizontal(b.row(edgeTap(qy, k - Before, b.imageHeight)), columns, j);
         *b.out(i, j) = vertical(sums, i);
     });
 }

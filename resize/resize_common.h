@@ -87,7 +87,8 @@ static inline LumStatus checkRegionArgs(const void* pSrc, LumSize srcSize, LumRe
                                         const void* pBuffer)
 {
     if (pSrc == nullptr || pDst == nullptr || pBuffer == nullptr) return lumStsNullPointer;
-    if (badSourceSize(srcSize, srcRoi) || dstRoi.x < 0 || dstRoi.y < 0 || dstRoi.width < 1 || dstRoi.height < 1)
+    if (badSourceSize(srcSize, srcRoi) || dstRoi.x < 0 || dstRoi.y < 0 || dstRoi.width < 1 ||
+        dstRoi.height < 1)
         return lumStsBadSize;
     if (badFactors(xFactor, yFactor)) return lumStsBadResizeFactor;
     if (!isTableMode(interpolation)) return lumStsBadInterpolation;
@@ -120,8 +121,8 @@ struct OutputRect {
 };
 
 // One axis of the mapped rectangle, in 64-bit floating point. An exact half lands on the lower pixel.
-static inline void mapAxis(Lum32s roiOrigin, Lum32s roiLength, Lum32s imageLength, double factor, double shift,
-                           Lum32s clipOrigin, Lum32s clipLength, Lum32s& first, Lum32s& end)
+static inline void mapAxis(Lum32s roiOrigin, Lum32s roiLength, Lum32s imageLength, double factor,
+                           double shift, Lum32s clipOrigin, Lum32s clipLength, Lum32s& first, Lum32s& end)
 {
     const Lum32s length = clippedLength(roiLength, roiOrigin, imageLength);
     double a = roiOrigin * factor + shift;
@@ -172,18 +173,18 @@ static inline Lum32s scratchSize(LumSize dstSize, Lum32s nChannel, Lum32s interp
     const uint32_t ah = (h + 15) & ~15u;
     uint32_t size = 15;
     switch (interpolation) {
-    case kNearest:
-        size += 4 * (aw + ah);
-        break;
-    case kLinear:
-        size += 8 * (aw + ah) + 4 * c * ((2 * w + 31) & ~15u);
-        break;
-    case kCubic:
-        size += 8 * (aw + ah) + 4 * c * ((4 * w + 63) & ~15u);
-        break;
-    default:
-        size += 8 * (aw + ah) + 4 * (c + 1) * ((6 * w + 95) & ~15u) + 4 * ((6 * h + 95) & ~15u);
-        break;
+        case kNearest:
+            size += 4 * (aw + ah);
+            break;
+        case kLinear:
+            size += 8 * (aw + ah) + 4 * c * ((2 * w + 31) & ~15u);
+            break;
+        case kCubic:
+            size += 8 * (aw + ah) + 4 * c * ((4 * w + 63) & ~15u);
+            break;
+        default:
+            size += 8 * (aw + ah) + 4 * (c + 1) * ((6 * w + 95) & ~15u) + 4 * ((6 * h + 95) & ~15u);
+            break;
     }
     return static_cast<Lum32s>(size);
 }

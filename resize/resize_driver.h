@@ -3,6 +3,8 @@
 // coefficient builder and the super-sampling row sums. The interior work goes to resizeRowTable.
 #pragma once
 
+#include "frame/alloc.h"
+#include "frame/dispatch.h"
 #include "resize/resize_border.h"
 #include "resize/resize_common.h"
 #include "resize/resize_rows.h"
@@ -15,6 +17,20 @@
 #include <cstdint>
 
 namespace lum::resize {
+
+// The memory side of a tier policy: its allocators (plain or prefetching), its move and clear
+// kernels, and the one release.
+template <Lum32f* (*AllocFloat)(Lum32s), Lum16s* (*Alloc16)(Lum32s),
+          LumStatus (*Move16)(const void*, void*, Lum32s), LumStatus (*Move32)(const void*, void*, Lum32s),
+          void (*Zero)(Lum8u*, size_t)>
+struct TierMemory {
+    static Lum32f* allocFloat(Lum32s n) { return AllocFloat(n); }
+    static Lum16u* alloc16(Lum32s n) { return reinterpret_cast<Lum16u*>(Alloc16(n)); }
+    static void release(void* p) { px::lumsFree(p); }
+    static void move16(const void* s, void* d, Lum32s n) { Move16(s, d, n); }
+    static void move32(const void* s, void* d, Lum32s n) { Move32(s, d, n); }
+    static void zeroBytes(Lum8u* p, size_t n) { Zero(p, n); }
+};
 
 template <typename Tier>
 LumStatus resizeBufSize(LumSize dstSize, Lum32s nChannel, Lum32s interpolation, Lum32s* pBufferSize)
@@ -42,8 +58,8 @@ void resizeBorderPass(Lum32s mode, const BorderJob& border)
 // The interior kernel of a mode, with the tables starting at the first interior row and column. The
 // weight and fraction tables of modes 2 and 4 are moved down to start there.
 template <typename Tier>
-void runInterior(Lum32s mode, ResizeJob job, const AxisTables& rows, const AxisTables& cols, const Lum32f* rowCoef,
-                 const Lum32f* colCoef, const BorderJob& border)
+void runInterior(Lum32s mode, ResizeJob job, const AxisTables& rows, const AxisTables& cols,
+                 const Lum32f* rowCoef, const Lum32f* colCoef, const BorderJob& border)
 {
     const Lum32s top = border.top, left = border.left;
     job.dst = border.dst + static_cast<ptrdiff_t>(top) * border.dstStep + left * job.pixelStep;
@@ -83,7 +99,8 @@ LumStatus resizeRegionDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep,
     if (status != lumStsNoErr) return status;
     const Lum32s mode = lowerMode(interpolation, srcSize);
     OutputRect rect;
-    if (!outputRect(srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, rect)) return lumStsNoOperation;
+    if (!outputRect(srcSize, srcRoi, dstRoi, xFactor, yFactor, xShift, yShift, rect))
+        return lumStsNoOperation;
     const Lum32s width = rect.width(), height = rect.height();
     if (width == 0 || height == 0) return lumStsNoErr;
 
@@ -125,7 +142,8 @@ LumStatus resizeRegionDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep,
     if (mode == kLinear) {
         for (Lum16u*& b : job.buffers16) b = scratch.take<Lum16u>(2 * samples);
     } else {
-        for (int b = 0; b < (mode == kCubic ? 4 : 6); ++b) job.buffers32[b] = scratch.take<Lum32f>(4 * samples);
+        for (int b = 0; b < (mode == kCubic ? 4 : 6); ++b)
+            job.buffers32[b] = scratch.take<Lum32f>(4 * samples);
     }
     const Lum32f* colValues = cols.fractions;
     const Lum32f* rowValues = rows.fractions;
@@ -140,9 +158,9 @@ LumStatus resizeRegionDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep,
         rowValues = rowCoef;
     }
 
-    const BorderJob border{pSrc,         out,          srcStep,      dstStep,   srcSize.width, srcSize.height,
-                           width,        height,       rows.offsets, cols.offsets, rows.weights, cols.weights,
-                           rowValues,    colValues,    cy.start,     cy.end,    cx.start,      cx.end};
+    const BorderJob border{pSrc,      out,       srcStep,      dstStep,      srcSize.width, srcSize.height,
+                           width,     height,    rows.offsets, cols.offsets, rows.weights,  cols.weights,
+                           rowValues, colValues, cy.start,     cy.end,       cx.start,      cx.end};
     resizeBorderPass<Tier>(mode, border);
     runInterior<Tier>(mode, job, rows, cols, rowCoef, colCoef, border);
     return lumStsNoErr;
@@ -209,8 +227,8 @@ bool allocateTables(WorkMemory<Tier>& mem, Lum32s mode, uint32_t width, uint32_t
 
 template <typename Tier>
 LumStatus resizeDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi, Lum8u* pDst,
-                       Lum32s dstStep, LumSize dstRoiSize, double xFactor, double yFactor, Lum32s interpolation,
-                       Lum32s pixelStep, Lum32s channels)
+                       Lum32s dstStep, LumSize dstRoiSize, double xFactor, double yFactor,
+                       Lum32s interpolation, Lum32s pixelStep, Lum32s channels)
 {
     using Real = typename Tier::Real;
     const LumStatus status =
@@ -253,27 +271,27 @@ LumStatus resizeDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRe
     job.pixelStep = pixelStep;
     job.channels = channels;
     switch (mode) {
-    case kNearest:
-        resizeRowTable.nearest[nearestLayout(channels)](job);
-        break;
-    case kLinear:
-        resizeRowTable.linear[rowLayout(channels)](job);
-        break;
-    case kCubic:
-        resizeRowTable.cubic[rowLayout(channels)](job);
-        break;
-    default:
-        Tier::lanczosWeights(rows.fractions, height, rowCoef);
-        Tier::lanczosWeights(cols.fractions, width, colCoef);
-        job.yValues = rowCoef;
-        job.xValues = colCoef;
-        job.originX = srcRoi.x;
-        job.originY = srcRoi.y;
-        job.availX = srcSize.width - srcRoi.x;
-        job.availY = srcSize.height - srcRoi.y;
-        job.upscale = yFactor >= 1.0;
-        resizeRowTable.lanczosClamped[rowLayout(channels)](job);
-        break;
+        case kNearest:
+            resizeRowTable.nearest[nearestLayout(channels)](job);
+            break;
+        case kLinear:
+            resizeRowTable.linear[rowLayout(channels)](job);
+            break;
+        case kCubic:
+            resizeRowTable.cubic[rowLayout(channels)](job);
+            break;
+        default:
+            Tier::lanczosWeights(rows.fractions, height, rowCoef);
+            Tier::lanczosWeights(cols.fractions, width, colCoef);
+            job.yValues = rowCoef;
+            job.xValues = colCoef;
+            job.originX = srcRoi.x;
+            job.originY = srcRoi.y;
+            job.availX = srcSize.width - srcRoi.x;
+            job.availY = srcSize.height - srcRoi.y;
+            job.upscale = yFactor >= 1.0;
+            resizeRowTable.lanczosClamped[rowLayout(channels)](job);
+            break;
     }
     return lumStsNoErr;
 }
@@ -281,14 +299,14 @@ LumStatus resizeDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRe
 // lumiResize_8u_C3R: super-sampling has a driver of its own, for reduction only; any other code goes to
 // resizeDriver, which refuses code 8 as an unknown mode.
 template <typename Tier>
-LumStatus resizeEnds(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi, Lum8u* pDst, Lum32s dstStep,
-                     LumSize dstRoiSize, double xFactor, double yFactor, Lum32s interpolation)
+LumStatus resizeEnds(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi, Lum8u* pDst,
+                     Lum32s dstStep, LumSize dstRoiSize, double xFactor, double yFactor, Lum32s interpolation)
 {
     constexpr Lum32s kPixelStep = 3;
     constexpr Lum32s kChannels = 3;
     if (interpolation == kSuper && xFactor <= 1.0 && yFactor <= 1.0)
-        return resizeSuperDriver<Tier>(pSrc, srcSize, srcStep, srcRoi, pDst, dstStep, dstRoiSize, xFactor, yFactor,
-                                       kPixelStep, kChannels);
+        return resizeSuperDriver<Tier>(pSrc, srcSize, srcStep, srcRoi, pDst, dstStep, dstRoiSize, xFactor,
+                                       yFactor, kPixelStep, kChannels);
     return resizeDriver<Tier>(pSrc, srcSize, srcStep, srcRoi, pDst, dstStep, dstRoiSize, xFactor, yFactor,
                               interpolation, kPixelStep, kChannels);
 }
@@ -296,19 +314,19 @@ LumStatus resizeEnds(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect
 }  // namespace lum::resize
 
 // The resize variants of a tier namespace, each a call of the shared driver with the tier's policy.
-#define LUM_RESIZE_VARIANTS(Tier)                                                                          \
-    LumStatus lumiResizeSqrPixel_8u_C1R(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi,  \
-                                        Lum8u* pDst, Lum32s dstStep, LumRect dstRoi, Lum64f xFactor,         \
-                                        Lum64f yFactor, Lum64f xShift, Lum64f yShift, Lum32s interpolation,  \
-                                        Lum8u* pBuffer)                                                      \
-    {                                                                                                        \
-        return resize::resizeRegionDriver<Tier>(pSrc, srcSize, srcStep, srcRoi, pDst, dstStep, dstRoi,       \
-                                                xFactor, yFactor, xShift, yShift, interpolation, pBuffer);   \
-    }                                                                                                        \
-    LumStatus lumiResize_8u_C3R(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi,          \
-                                Lum8u* pDst, Lum32s dstStep, LumSize dstRoiSize, Lum64f xFactor,             \
-                                Lum64f yFactor, Lum32s interpolation)                                        \
-    {                                                                                                        \
-        return resize::resizeEnds<Tier>(pSrc, srcSize, srcStep, srcRoi, pDst, dstStep, dstRoiSize, xFactor,  \
-                                        yFactor, interpolation);                                             \
+#define LUM_RESIZE_VARIANTS(Tier)                                                                           \
+    LumStatus lumiResizeSqrPixel_8u_C1R(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi, \
+                                        Lum8u* pDst, Lum32s dstStep, LumRect dstRoi, Lum64f xFactor,        \
+                                        Lum64f yFactor, Lum64f xShift, Lum64f yShift, Lum32s interpolation, \
+                                        Lum8u* pBuffer)                                                     \
+    {                                                                                                       \
+        return resize::resizeRegionDriver<Tier>(pSrc, srcSize, srcStep, srcRoi, pDst, dstStep, dstRoi,      \
+                                                xFactor, yFactor, xShift, yShift, interpolation, pBuffer);  \
+    }                                                                                                       \
+    LumStatus lumiResize_8u_C3R(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi,         \
+                                Lum8u* pDst, Lum32s dstStep, LumSize dstRoiSize, Lum64f xFactor,            \
+                                Lum64f yFactor, Lum32s interpolation)                                       \
+    {                                                                                                       \
+        return resize::resizeEnds<Tier>(pSrc, srcSize, srcStep, srcRoi, pDst, dstStep, dstRoiSize, xFactor, \
+                                        yFactor, interpolation);                                            \
     }

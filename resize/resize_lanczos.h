@@ -29,7 +29,8 @@ static inline void lanczosWeightsTested(const Lum32f* fractions, Lum32s len, Lum
             if (t > Real(-3) && t < Real(3)) {
                 const Real a = std::fabs(t) * Real(100);
                 const int i = static_cast<int>(a);
-                raw[k] = static_cast<Lum32f>(Real(table[i]) + (a - Real(i)) * (Real(table[i + 1]) - Real(table[i])));
+                raw[k] = static_cast<Lum32f>(Real(table[i]) +
+                                             (a - Real(i)) * (Real(table[i + 1]) - Real(table[i])));
             }
             sum += Real(raw[k]);
         }

@@ -9,14 +9,8 @@
 namespace lum::px {
 namespace {
 
-struct Tier {
+struct Tier : resize::TierMemory<lumsMalloc_32f, lumMalloc16, lumMove16, lumMove32, lumZeroBytes> {
     using Real = long double;
-    static Lum32f* allocFloat(Lum32s n) { return lumsMalloc_32f(n); }
-    static Lum16u* alloc16(Lum32s n) { return reinterpret_cast<Lum16u*>(lumMalloc16(n)); }
-    static void release(void* p) { lumsFree(p); }
-    static void move16(const void* s, void* d, Lum32s n) { lumMove16(s, d, n); }
-    static void move32(const void* s, void* d, Lum32s n) { lumMove32(s, d, n); }
-    static void zeroBytes(Lum8u* p, size_t n) { lumZeroBytes(p, n); }
     static void lanczosWeights(const Lum32f* f, Lum32s n, Lum32f* out)
     {
         resize::lanczosWeightsTested<double>(f, n, out);
@@ -38,7 +32,8 @@ struct Tier {
 }  // namespace
 
 // Shared with a6 through the dispatch row.
-LumStatus lumiResizeSqrPixelGetBufSize(LumSize dstSize, Lum32s nChannel, Lum32s interpolation, Lum32s* pBufferSize)
+LumStatus lumiResizeSqrPixelGetBufSize(LumSize dstSize, Lum32s nChannel, Lum32s interpolation,
+                                       Lum32s* pBufferSize)
 {
     return resize::resizeBufSize<Tier>(dstSize, nChannel, interpolation, pBufferSize);
 }

@@ -14,7 +14,10 @@ namespace {
 
 using resize::CubicCoefficients;
 
-const Lum8u* sourceRow(const ResizeJob& job, int64_t offset) { return job.src + static_cast<ptrdiff_t>(offset); }
+const Lum8u* sourceRow(const ResizeJob& job, int64_t offset)
+{
+    return job.src + static_cast<ptrdiff_t>(offset);
+}
 
 Lum8u* destinationRow(const ResizeJob& job, Lum32s i)
 {
@@ -35,6 +38,19 @@ struct Layout {
     Lum32s samples(Lum32s width) const { return width * channels; }
     // A blended row is one flat run when pixels are packed.
     bool flat() const { return pixelStep == channels; }
+
+    // Writes one destination row of `width` pixels: a flat row through the vector loop flat(d, n),
+    // any other sample by sample, from buffer index k to its place among pixelStep samples.
+    template <typename Flat, typename Sample>
+    void blend(Lum32s width, Lum8u* d, Flat flatRun, Sample sample) const
+    {
+        if (flat()) {
+            flatRun(d, samples(width));
+            return;
+        }
+        for (Lum32s j = 0; j < width; ++j)
+            for (Lum32s c = 0; c < channels; ++c) d[j * pixelStep + c] = sample(j * channels + c);
+    }
 };
 
 // ---- Source-row cursor -------------------------------------------------------------------------
@@ -42,7 +58,10 @@ struct Layout {
 // Compares row offsets in the direction in which rows advance: mirrored for a step of zero or below.
 class RowCursor {
 public:
-    RowCursor(Lum32s step, Lum32s first) : step_(step), last_(step > 0 ? int64_t{first} - 1 : int64_t{first} + 1) {}
+    RowCursor(Lum32s step, Lum32s first)
+        : step_(step), last_(step > 0 ? int64_t{first} - 1 : int64_t{first} + 1)
+    {
+    }
 
     // How many rows offset r lies past the last one, counted up to `cap`: 0 when the ring is still
     // valid; k when the k newest roles must be filtered anew. Makes r the last offset.
@@ -131,15 +150,9 @@ template <bool One>
 void linearBlend(const ResizeJob& job, const Layout<One>& lay, const Lum16u* upper, const Lum16u* lower,
                  uint32_t wy, Lum8u* d)
 {
-    if (lay.flat()) {
-        rowvec::linearVertical(upper, lower, wy, d, lay.samples(job.width));
-        return;
-    }
-    for (Lum32s j = 0; j < job.width; ++j)
-        for (Lum32s c = 0; c < lay.channels; ++c) {
-            const Lum32s k = j * lay.channels + c;
-            d[j * lay.pixelStep + c] = resize::linearVertical(upper[k], lower[k], wy);
-        }
+    lay.blend(
+        job.width, d, [&](Lum8u* out, Lum32s n) { rowvec::linearVertical(upper, lower, wy, out, n); },
+        [&](Lum32s k) { return resize::linearVertical(upper[k], lower[k], wy); });
 }
 
 template <bool One>
@@ -181,27 +194,31 @@ template <bool One>
 void cubicBlend(const ResizeJob& job, const Layout<One>& lay, Lum32f* const* rows, Lum32f t, Lum8u* d)
 {
     const CubicCoefficients k = resize::cubicRowCoefficients(t);
-    if (lay.flat()) {
-        rowvec::cubicVertical(rows, k, d, lay.samples(job.width));
-        return;
-    }
-    for (Lum32s j = 0; j < job.width; ++j)
-        for (Lum32s c = 0; c < lay.channels; ++c) {
-            const Lum32s n = j * lay.channels + c;
-            d[j * lay.pixelStep + c] =
-                resize::roundClamp(resize::cubicValue(rows[0][n], rows[1][n], rows[2][n], rows[3][n], k));
-        }
+    lay.blend(
+        job.width, d, [&](Lum8u* out, Lum32s n) { rowvec::cubicVertical(rows, k, out, n); },
+        [&](Lum32s n) {
+            return resize::roundClamp(resize::cubicValue(rows[0][n], rows[1][n], rows[2][n], rows[3][n], k));
+        });
+}
+
+// Cubic and Lanczos: before the loop the ring is filled as if the row before the first had been the
+// current one, so that the first row always filters just its newest row.
+template <int N, int Centre, typename Filter, typename Blend>
+void floatRows(const ResizeJob& job, Filter filter, Blend blend)
+{
+    const Lum32s r0 = job.rowOffsets[0];
+    rotateRows<N, Centre>(
+        job, job.buffers32, [&](int m) { return int64_t{r0} + int64_t{m - 1 - Centre} * job.srcStep; },
+        filter, [&](Lum32f* const* ring, Lum32s i) { blend(ring, i, destinationRow(job, i)); });
 }
 
 template <bool One>
 void cubicRows(const ResizeJob& job)
 {
     const Layout<One> lay(job);
-    const Lum32s r0 = job.rowOffsets[0];
-    rotateRows<4, 1>(
-        job, job.buffers32, [&](int m) { return int64_t{r0} + int64_t{m - 2} * job.srcStep; },
-        [&](const Lum8u* s, Lum32f* out) { cubicFilter(job, lay, s, out); },
-        [&](Lum32f* const* ring, Lum32s i) { cubicBlend(job, lay, ring, job.yValues[i], destinationRow(job, i)); });
+    floatRows<4, 1>(
+        job, [&](const Lum8u* s, Lum32f* out) { cubicFilter(job, lay, s, out); },
+        [&](Lum32f* const* ring, Lum32s i, Lum8u* d) { cubicBlend(job, lay, ring, job.yValues[i], d); });
 }
 
 // ---- Lanczos -----------------------------------------------------------------------------------
@@ -225,31 +242,26 @@ void lanczosFilter(const ResizeJob& job, const Layout<One>& lay, const Lum8u* s,
 }
 
 template <bool One>
-void lanczosBlend(const ResizeJob& job, const Layout<One>& lay, Lum32f* const* rows, const Lum32f* r, Lum8u* d)
+void lanczosBlend(const ResizeJob& job, const Layout<One>& lay, Lum32f* const* rows, const Lum32f* r,
+                  Lum8u* d)
 {
-    if (lay.flat()) {
-        rowvec::lanczosVertical(rows, r, d, lay.samples(job.width));
-        return;
-    }
-    for (Lum32s j = 0; j < job.width; ++j)
-        for (Lum32s c = 0; c < lay.channels; ++c) {
-            const Lum32s n = j * lay.channels + c;
+    lay.blend(
+        job.width, d, [&](Lum8u* out, Lum32s n) { rowvec::lanczosVertical(rows, r, out, n); },
+        [&](Lum32s n) {
             double sum = 0.0;
             for (int m = 0; m < 6; ++m) sum += static_cast<double>(r[m]) * rows[m][n];
-            d[j * lay.pixelStep + c] = resize::roundClamp(sum);
-        }
+            return resize::roundClamp(sum);
+        });
 }
 
 template <bool One>
 void lanczosRows(const ResizeJob& job)
 {
     const Layout<One> lay(job);
-    const Lum32s r0 = job.rowOffsets[0];
-    rotateRows<6, 2>(
-        job, job.buffers32, [&](int m) { return int64_t{r0} + int64_t{m - 3} * job.srcStep; },
-        [&](const Lum8u* s, Lum32f* out) { lanczosFilter(job, lay, s, out); },
-        [&](Lum32f* const* ring, Lum32s i) {
-            lanczosBlend(job, lay, ring, job.yValues + 6 * i, destinationRow(job, i));
+    floatRows<6, 2>(
+        job, [&](const Lum8u* s, Lum32f* out) { lanczosFilter(job, lay, s, out); },
+        [&](Lum32f* const* ring, Lum32s i, Lum8u* d) {
+            lanczosBlend(job, lay, ring, job.yValues + 6 * i, d);
         });
 }
 
@@ -265,7 +277,7 @@ struct ClampPhases {
 ClampPhases clampPhases(const ResizeJob& job)
 {
     const int64_t ps = job.pixelStep;
-    const int64_t first = -int64_t{job.originX} * ps;      // offset of the image's first column
+    const int64_t first = -int64_t{job.originX} * ps;     // offset of the image's first column
     const int64_t last = (int64_t{job.availX} - 1) * ps;  // offset of its last column
     ClampPhases ph{0, job.width};
     while (ph.left < job.width && job.colOffsets[ph.left] - 2 * ps < first) ++ph.left;
@@ -284,7 +296,8 @@ void lanczosClampedFilter(const ResizeJob& job, const Layout<One>& lay, const Cl
         const Lum32f* c = job.xValues + 6 * j;
         if (j >= ph.left && j < ph.right) {
             const Lum8u* p = s + job.colOffsets[j];
-            for (Lum32s ch = 0; ch < lay.channels; ++ch) out[j * lay.channels + ch] = lanczosTaps(p + ch, ps, c);
+            for (Lum32s ch = 0; ch < lay.channels; ++ch)
+                out[j * lay.channels + ch] = lanczosTaps(p + ch, ps, c);
             continue;
         }
         const int64_t x = job.colOffsets[j] / ps;

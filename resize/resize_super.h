@@ -49,13 +49,15 @@ public:
     // pixel, the first destination pixel spans more columns than the region has.
     Lum32s accumulatorLength() const
     {
-        return static_cast<Lum32s>((static_cast<uint32_t>(std::max(cols_, nx_)) + 1) * static_cast<uint32_t>(pixelStep_));
+        return static_cast<Lum32s>((static_cast<uint32_t>(std::max(cols_, nx_)) + 1) *
+                                   static_cast<uint32_t>(pixelStep_));
     }
 
     template <typename Acc>
     void destinationRow(Acc* acc, Lum32s row)
     {
-        Tier::zeroBytes(reinterpret_cast<Lum8u*>(acc), sizeof(Acc) * static_cast<size_t>(accumulatorLength()));
+        Tier::zeroBytes(reinterpret_cast<Lum8u*>(acc),
+                        sizeof(Acc) * static_cast<size_t>(accumulatorLength()));
         if constexpr (std::is_floating_point_v<Acc>) {
             if (wholeY_)
                 addWholeRows(acc, ny_);
@@ -191,11 +193,12 @@ private:
 // resizeSuperDriver with the export's parameters: three interleaved 8-bit channels.
 template <typename Tier>
 LumStatus resizeSuperDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi, Lum8u* pDst,
-                            Lum32s dstStep, LumSize dstRoiSize, double xFactor, double yFactor, Lum32s pixelStep,
-                            Lum32s channels)
+                            Lum32s dstStep, LumSize dstRoiSize, double xFactor, double yFactor,
+                            Lum32s pixelStep, Lum32s channels)
 {
     using Real = SuperReal;
-    const LumStatus status = checkEndsArgs(pSrc, srcSize, srcRoi, pDst, dstRoiSize, xFactor, yFactor, false, 0);
+    const LumStatus status =
+        checkEndsArgs(pSrc, srcSize, srcRoi, pDst, dstRoiSize, xFactor, yFactor, false, 0);
     if (status != lumStsNoErr) return status;
     const Lum32s rw = clippedLength(srcRoi.width, srcRoi.x, srcSize.width);
     const Lum32s rh = clippedLength(srcRoi.height, srcRoi.y, srcSize.height);

@@ -14,8 +14,8 @@ namespace lum::resize {
 
 // The tables of one axis; the weight tables that the mode has no use for stay null.
 struct AxisTables {
-    Lum32s* offsets;  // source index times `unit` (srcStep for rows, pixelStep for columns)
-    Lum16u* weights;  // linear: Q14 share of the far sample; in pairs (near, far) when `pairs`
+    Lum32s* offsets;    // source index times `unit` (srcStep for rows, pixelStep for columns)
+    Lum16u* weights;    // linear: Q14 share of the far sample; in pairs (near, far) when `pairs`
     Lum32f* fractions;  // cubic and Lanczos
     Lum32s unit;
     bool pairs;

@@ -68,6 +68,20 @@ void addRowFloatPacked(Lum32f* acc, const Lum8u* s, Lum32s n, Lum32f w)
     for (; i < n; ++i) acc[i] += Scaled ? Lum32f(s[i]) * w : Lum32f(s[i]);
 }
 
+// The row sums of a vector tier's policy; Tier derives from it.
+template <typename Tier>
+struct PackedRowSums {
+    static void addRow(uint32_t* acc, const Lum8u* s, Lum32s n) { addRowPacked<Tier>(acc, s, n); }
+    static void addRow(Lum32f* acc, const Lum8u* s, Lum32s n)
+    {
+        addRowFloatPacked<Tier, false>(acc, s, n, 1.0f);
+    }
+    static void addRowScaled(Lum32f* acc, const Lum8u* s, Lum32s n, Lum32f w)
+    {
+        addRowFloatPacked<Tier, true>(acc, s, n, w);
+    }
+};
+
 // Four fractions at a time in 32-bit floats. abs(t) is capped at 3, where entry 300 and the zero
 // after it give a zero weight, instead of being tested.
 template <typename Tier>
@@ -83,7 +97,8 @@ void lanczosWeightsPacked(const Lum32f* fractions, Lum32s len, Lum32f* out)
         __m128 raw[6];
         __m128 sum = _mm_setzero_ps();
         for (int k = 0; k < 6; ++k, t = _mm_add_ps(t, _mm_set1_ps(1.0f))) {
-            const __m128 a = _mm_mul_ps(_mm_min_ps(_mm_andnot_ps(sign, t), _mm_set1_ps(3.0f)), _mm_set1_ps(100.0f));
+            const __m128 a =
+                _mm_mul_ps(_mm_min_ps(_mm_andnot_ps(sign, t), _mm_set1_ps(3.0f)), _mm_set1_ps(100.0f));
             const __m128i index = _mm_cvttps_epi32(a);
             alignas(16) Lum32s i[4];
             _mm_store_si128(reinterpret_cast<__m128i*>(i), index);

@@ -69,7 +69,8 @@ CubicLanes cubicCoefficientLanes(const Lum32f* fractions)
         k[h][1] = _mm_cvtpd_ps(b);
         k[h][2] = _mm_cvtpd_ps(c);
     }
-    return {_mm_movelh_ps(k[0][0], k[1][0]), _mm_movelh_ps(k[0][1], k[1][1]), _mm_movelh_ps(k[0][2], k[1][2])};
+    return {_mm_movelh_ps(k[0][0], k[1][0]), _mm_movelh_ps(k[0][1], k[1][1]),
+            _mm_movelh_ps(k[0][2], k[1][2])};
 }
 
 template <int Lane>
@@ -156,7 +157,8 @@ void linearHorizontalC3(const Lum8u* s, const Lum32s* offsets, const Lum16u* wei
     Lum32s j = 0;
     for (; j + 2 < n; j += 2) {
         const __m128i a = _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(pixel(j), weight(j)), round), 8);
-        const __m128i b = _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(pixel(j + 1), weight(j + 1)), round), 8);
+        const __m128i b =
+            _mm_srli_epi32(_mm_add_epi32(_mm_madd_epi16(pixel(j + 1), weight(j + 1)), round), 8);
         const __m128i v = _mm_packs_epi32(a, b);
         // Four values per pixel, the fourth overwritten by the next pixel; the last pixel is scalar.
         _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 3 * j), v);
@@ -180,7 +182,8 @@ void linearVertical(const Lum16u* upper, const Lum16u* lower, uint32_t wy, Lum8u
         const __m128i l = _mm_loadu_si128(reinterpret_cast<const __m128i*>(lower + k));
         const __m128i a = _mm_madd_epi16(_mm_unpacklo_epi16(l, u), w);
         const __m128i b = _mm_madd_epi16(_mm_unpackhi_epi16(l, u), w);
-        return _mm_packs_epi32(_mm_srli_epi32(_mm_add_epi32(a, round), 20), _mm_srli_epi32(_mm_add_epi32(b, round), 20));
+        return _mm_packs_epi32(_mm_srli_epi32(_mm_add_epi32(a, round), 20),
+                               _mm_srli_epi32(_mm_add_epi32(b, round), 20));
     };
     Lum32s k = 0;
     for (; k + 16 <= n; k += 16)
@@ -219,8 +222,8 @@ void cubicHorizontalC3(const Lum8u* s, const Lum32s* offsets, const Lum32f* frac
     auto pixel = [&](Lum32s j, __m128 a, __m128 b, __m128 c) {
         const Lum8u* p = s + offsets[j];
         const __m128 p3 = bytesToFloats(int32_t(uint32_t(load32(p + 5)) >> 8));
-        const __m128 v =
-            cubicLanes(bytesToFloats(load32(p - 3)), bytesToFloats(load32(p)), bytesToFloats(load32(p + 3)), p3, a, b, c);
+        const __m128 v = cubicLanes(bytesToFloats(load32(p - 3)), bytesToFloats(load32(p)),
+                                    bytesToFloats(load32(p + 3)), p3, a, b, c);
         _mm_storeu_ps(out + 3 * j, v);
     };
     Lum32s j = 0;
@@ -249,7 +252,8 @@ void cubicVertical(Lum32f* const* rows, const resize::CubicCoefficients& k, Lum8
                           _mm_loadu_ps(rows[3] + i), a, b, c);
     };
     Lum32s i = 0;
-    for (; i + 8 <= n; i += 8) _mm_storel_epi64(reinterpret_cast<__m128i*>(d + i), finishLanes(four(i), four(i + 4)));
+    for (; i + 8 <= n; i += 8)
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(d + i), finishLanes(four(i), four(i + 4)));
     for (; i < n; ++i)
         d[i] = resize::roundClamp(resize::cubicValue(rows[0][i], rows[1][i], rows[2][i], rows[3][i], k));
 }

@@ -27,76 +27,60 @@ Lum32s expectedScratch(int w, int h, int c, int mode)
     const int64_t aw = (w + 15) / 16 * 16, ah = (h + 15) / 16 * 16;
     int64_t size;
     switch (mode) {
-    case 1:
-        size = 4 * (aw + ah) + 15;
-        break;
-    case 2:
-        size = 8 * (aw + ah) + 4 * c * ((2 * int64_t(w) + 31) / 16 * 16) + 15;
-        break;
-    case 4:
-        size = 8 * (aw + ah) + 4 * c * ((4 * int64_t(w) + 63) / 16 * 16) + 15;
-        break;
-    default:
-        size = 8 * (aw + ah) + 4 * (c + 1) * ((6 * int64_t(w) + 95) / 16 * 16) + 4 * ((6 * int64_t(h) + 95) / 16 * 16) +
-               15;
-        break;
+        case 1:
+            size = 4 * (aw + ah) + 15;
+            break;
+        case 2:
+            size = 8 * (aw + ah) + 4 * c * ((2 * int64_t(w) + 31) / 16 * 16) + 15;
+            break;
+        case 4:
+            size = 8 * (aw + ah) + 4 * c * ((4 * int64_t(w) + 63) / 16 * 16) + 15;
+            break;
+        default:
+            size = 8 * (aw + ah) + 4 * (c + 1) * ((6 * int64_t(w) + 95) / 16 * 16) +
+                   4 * ((6 * int64_t(h) + 95) / 16 * 16) + 15;
+            break;
     }
     return Lum32s(size);
 }
 
-// A one-channel image with a spare row and column, which the modes may read past the last sample.
-struct Plane {
-    int width, height, step;
+// An interleaved image with a spare row and two spare pixels per row, which the modes may read past
+// the last sample.
+struct Picture {
+    int width, height, channels, step;
     std::vector<uint8_t> bytes;
-    Plane(int w, int h, uint8_t fill = 0) : width(w), height(h), step(w + 3), bytes(size_t(w + 3) * (h + 2), fill) {}
-    uint8_t& at(int r, int c) { return bytes[size_t(r) * step + c]; }
-    uint8_t at(int r, int c) const { return bytes[size_t(r) * step + c]; }
+    Picture(int w, int h, int ch = 1, uint8_t fill = 0)
+        : width(w), height(h), channels(ch), step((w + 2) * ch + 1), bytes(size_t(step) * (h + 2), fill)
+    {
+    }
+    uint8_t& at(int r, int c, int ch = 0) { return bytes[size_t(r) * step + size_t(c) * channels + ch]; }
+    uint8_t at(int r, int c, int ch = 0) const { return bytes[size_t(r) * step + size_t(c) * channels + ch]; }
     LumSize size() const { return {width, height}; }
     LumRect whole() const { return {0, 0, width, height}; }
 };
 
-Plane randomPlane(int w, int h, uint32_t seed)
+Picture randomPicture(int w, int h, int channels, uint32_t seed)
 {
-    Plane p(w, h);
+    Picture p(w, h, channels);
     const auto r = lumtest::randomBytes(p.bytes.size(), seed);
     p.bytes.assign(r.begin(), r.end());
     return p;
 }
 
 // Resizes the whole of `src` into `dst` (same origin) with a scratch of the given size.
-LumStatus resizeRegion(const Plane& src, LumRect srcRoi, Plane& dst, LumRect dstRoi, double xf, double yf, double xs,
-                       double ys, int mode)
+LumStatus resizeRegion(const Picture& src, LumRect srcRoi, Picture& dst, LumRect dstRoi, double xf, double yf,
+                       double xs, double ys, int mode)
 {
     Lum32s size = 0;
-    if (lumiResizeSqrPixelGetBufSize({dstRoi.width, dstRoi.height}, 1, mode == 8 ? 1 : mode, &size) != lumStsNoErr)
+    if (lumiResizeSqrPixelGetBufSize({dstRoi.width, dstRoi.height}, 1, mode == 8 ? 1 : mode, &size) !=
+        lumStsNoErr)
         return lumStsUnknown;
     std::vector<uint8_t> scratch(static_cast<size_t>(size));
-    return lumiResizeSqrPixel_8u_C1R(src.bytes.data(), src.size(), src.step, srcRoi, dst.bytes.data(), dst.step, dstRoi,
-                                     xf, yf, xs, ys, mode, scratch.data());
+    return lumiResizeSqrPixel_8u_C1R(src.bytes.data(), src.size(), src.step, srcRoi, dst.bytes.data(),
+                                     dst.step, dstRoi, xf, yf, xs, ys, mode, scratch.data());
 }
 
-// A three-channel image with a spare row and pixel.
-struct Rgb {
-    int width, height, step;
-    std::vector<uint8_t> bytes;
-    Rgb(int w, int h, uint8_t fill = 0) : width(w), height(h), step(3 * w + 6), bytes(size_t(3 * w + 6) * (h + 2), fill)
-    {
-    }
-    uint8_t& at(int r, int c, int ch) { return bytes[size_t(r) * step + 3 * c + ch]; }
-    uint8_t at(int r, int c, int ch) const { return bytes[size_t(r) * step + 3 * c + ch]; }
-    LumSize size() const { return {width, height}; }
-    LumRect whole() const { return {0, 0, width, height}; }
-};
-
-Rgb randomRgb(int w, int h, uint32_t seed)
-{
-    Rgb p(w, h);
-    const auto r = lumtest::randomBytes(p.bytes.size(), seed);
-    p.bytes.assign(r.begin(), r.end());
-    return p;
-}
-
-LumStatus resizeEnds(const Rgb& src, LumRect roi, Rgb& dst, double xf, double yf, int mode)
+LumStatus resizeEnds(const Picture& src, LumRect roi, Picture& dst, double xf, double yf, int mode)
 {
     return lumiResize_8u_C3R(src.bytes.data(), src.size(), src.step, roi, dst.bytes.data(), dst.step,
                              {dst.width, dst.height}, xf, yf, mode);
@@ -112,7 +96,8 @@ TEST_P(ResizeArgsTest, BufSizeChecksInOrder)
     EXPECT_EQ(lumiResizeSqrPixelGetBufSize({5, 0}, 1, 1, &size), lumStsBadSize);
     EXPECT_EQ(lumiResizeSqrPixelGetBufSize({5, 5}, 2, 8, &size), lumStsBadChannelCount);
     EXPECT_EQ(lumiResizeSqrPixelGetBufSize({5, 5}, 0, 1, &size), lumStsBadChannelCount);
-    for (int mode : {0, 3, 8, 32, -1}) EXPECT_EQ(lumiResizeSqrPixelGetBufSize({5, 5}, 1, mode, &size), lumStsBadInterpolation);
+    for (int mode : {0, 3, 8, 32, -1})
+        EXPECT_EQ(lumiResizeSqrPixelGetBufSize({5, 5}, 1, mode, &size), lumStsBadInterpolation);
     EXPECT_EQ(size, -1);
 }
 
@@ -126,7 +111,8 @@ TEST_P(ResizeArgsTest, BufSizeFollowsTheFormula)
             for (int mode : {1, 2, 4, 16}) {
                 Lum32s size = 0;
                 ASSERT_EQ(lumiResizeSqrPixelGetBufSize({w, h}, c, mode, &size), lumStsNoErr);
-                ASSERT_EQ(size, expectedScratch(w, h, c, mode)) << w << "x" << h << " c" << c << " mode " << mode;
+                ASSERT_EQ(size, expectedScratch(w, h, c, mode))
+                    << w << "x" << h << " c" << c << " mode " << mode;
             }
     // Literal values: a 1x1 destination, and 100x50 with three channels in mode 16.
     Lum32s size = 0;
@@ -140,34 +126,46 @@ TEST_P(ResizeArgsTest, BufSizeFollowsTheFormula)
 
 TEST_P(ResizeArgsTest, RegionChecksInOrderAndWriteNothing)
 {
-    const Plane src = randomPlane(16, 16, 1);
+    const Picture src = randomPicture(16, 16, 1, 1);
     CanaryBuffer dst(64 * 64);
     std::vector<uint8_t> scratch(100000);
-    auto call = [&](const void* s, LumSize ss, LumRect sr, uint8_t* d, LumRect dr, double xf, double yf, int mode,
-                    uint8_t* buf) {
-        return lumiResizeSqrPixel_8u_C1R(static_cast<const Lum8u*>(s), ss, src.step, sr, d, 64, dr, xf, yf, 0.0, 0.0,
-                                         mode, buf);
+    auto call = [&](const void* s, LumSize ss, LumRect sr, uint8_t* d, LumRect dr, double xf, double yf,
+                    int mode, uint8_t* buf) {
+        return lumiResizeSqrPixel_8u_C1R(static_cast<const Lum8u*>(s), ss, src.step, sr, d, 64, dr, xf, yf,
+                                         0.0, 0.0, mode, buf);
     };
     uint8_t* d = dst.data();
     const LumRect roi{0, 0, 16, 16}, droi{0, 0, 32, 32};
     // Several bad arguments at once: the first in the order wins.
     EXPECT_EQ(call(nullptr, {0, 0}, roi, d, droi, 0.0, 0.0, 3, scratch.data()), lumStsNullPointer);
-    EXPECT_EQ(call(src.bytes.data(), {0, 0}, roi, nullptr, droi, 0.0, 0.0, 3, scratch.data()), lumStsNullPointer);
+    EXPECT_EQ(call(src.bytes.data(), {0, 0}, roi, nullptr, droi, 0.0, 0.0, 3, scratch.data()),
+              lumStsNullPointer);
     EXPECT_EQ(call(src.bytes.data(), {0, 0}, roi, d, droi, 0.0, 0.0, 3, nullptr), lumStsNullPointer);
     EXPECT_EQ(call(src.bytes.data(), {16, 0}, roi, d, droi, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {-1, 0, 16, 16}, d, droi, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {0, -1, 16, 16}, d, droi, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {0, 0, 0, 16}, d, droi, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {0, 0, 16, 0}, d, droi, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, {-1, 0, 32, 32}, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, {0, -1, 32, 32}, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, {0, 0, 0, 32}, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, {0, 0, 32, 0}, 0.0, 0.0, 3, scratch.data()), lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {-1, 0, 16, 16}, d, droi, 0.0, 0.0, 3, scratch.data()),
+              lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {0, -1, 16, 16}, d, droi, 0.0, 0.0, 3, scratch.data()),
+              lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {0, 0, 0, 16}, d, droi, 0.0, 0.0, 3, scratch.data()),
+              lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {0, 0, 16, 0}, d, droi, 0.0, 0.0, 3, scratch.data()),
+              lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, {-1, 0, 32, 32}, 0.0, 0.0, 3, scratch.data()),
+              lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, {0, -1, 32, 32}, 0.0, 0.0, 3, scratch.data()),
+              lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, {0, 0, 0, 32}, 0.0, 0.0, 3, scratch.data()),
+              lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, {0, 0, 32, 0}, 0.0, 0.0, 3, scratch.data()),
+              lumStsBadSize);
     // The size check comes before the empty intersection.
-    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {16, 0, 0, 16}, d, droi, 1.0, 1.0, 1, scratch.data()), lumStsBadSize);
+    EXPECT_EQ(call(src.bytes.data(), {16, 16}, {16, 0, 0, 16}, d, droi, 1.0, 1.0, 1, scratch.data()),
+              lumStsBadSize);
     for (double bad : {0.0, -1.0, kNaN}) {
-        EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, droi, bad, 1.0, 3, scratch.data()), lumStsBadResizeFactor);
-        EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, droi, 1.0, bad, 3, scratch.data()), lumStsBadResizeFactor);
+        EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, droi, bad, 1.0, 3, scratch.data()),
+                  lumStsBadResizeFactor);
+        EXPECT_EQ(call(src.bytes.data(), {16, 16}, roi, d, droi, 1.0, bad, 3, scratch.data()),
+                  lumStsBadResizeFactor);
     }
     for (int mode : {0, 3, 8, 32})
         EXPECT_EQ(call(src.bytes.data(), {16, 16}, {16, 0, 4, 4}, d, droi, 1.0, 1.0, mode, scratch.data()),
@@ -177,8 +175,8 @@ TEST_P(ResizeArgsTest, RegionChecksInOrderAndWriteNothing)
     EXPECT_EQ(call(src.bytes.data(), {16, 16}, {0, 16, 4, 4}, d, droi, 1.0, 1.0, 2, scratch.data()),
               lumStsEmptyIntersection);
     // A region mapped entirely left of dstRoi: X0 > X1.
-    EXPECT_EQ(lumiResizeSqrPixel_8u_C1R(src.bytes.data(), {16, 16}, src.step, roi, d, 64, {40, 0, 10, 10}, 1.0, 1.0,
-                                        0.0, 0.0, 2, scratch.data()),
+    EXPECT_EQ(lumiResizeSqrPixel_8u_C1R(src.bytes.data(), {16, 16}, src.step, roi, d, 64, {40, 0, 10, 10},
+                                        1.0, 1.0, 0.0, 0.0, 2, scratch.data()),
               lumStsNoOperation);
     EXPECT_TRUE(dst.payloadIsCanary());
     EXPECT_TRUE(dst.guardsIntact());
@@ -186,7 +184,7 @@ TEST_P(ResizeArgsTest, RegionChecksInOrderAndWriteNothing)
 
 TEST_P(ResizeArgsTest, EmptyOutputRectangleIsNoErrAndWritesNothing)
 {
-    const Plane src = randomPlane(16, 16, 2);
+    const Picture src = randomPicture(16, 16, 1, 2);
     CanaryBuffer dst(64 * 64);
     std::vector<uint8_t> scratch(100000);
     // The region maps to 0..16; a shift of -16.2 puts it at -16.2..-0.2, so X0 = 0 (clipped) and X1 = 0;
@@ -205,8 +203,8 @@ TEST_P(ResizeArgsTest, EmptyOutputRectangleIsNoErrAndWritesNothing)
 // An exact half lands on the lower pixel: a region mapped onto 0.5..10.5 covers columns 0 to 9.
 TEST_P(ResizeArgsTest, OutputRectangleRoundsHalvesDown)
 {
-    const Plane src = randomPlane(10, 4, 3);
-    Plane dst(16, 8, kCanary);
+    const Picture src = randomPicture(10, 4, 1, 3);
+    Picture dst(16, 8, 1, kCanary);
     ASSERT_EQ(resizeRegion(src, src.whole(), dst, {0, 0, 16, 8}, 1.0, 1.0, 0.5, 0.0, 1), lumStsNoErr);
     for (int r = 0; r < 4; ++r) {
         // Nearest at a shift of a half: index trunc((k + 0.5) - 0.5 + 1e-10) = k.
@@ -219,11 +217,13 @@ TEST_P(ResizeArgsTest, OutputRectangleRoundsHalvesDown)
 
 TEST_P(ResizeArgsTest, EndsChecksInOrderAndWriteNothing)
 {
-    const Rgb src = randomRgb(10, 10, 4);
+    const Picture src = randomPicture(10, 10, 3, 4);
     CanaryBuffer dst(3 * 64 * 64);
     uint8_t* d = dst.data();
-    auto call = [&](const void* s, LumSize ss, LumRect sr, uint8_t* out, LumSize ds, double xf, double yf, int mode) {
-        return lumiResize_8u_C3R(static_cast<const Lum8u*>(s), ss, src.step, sr, out, 3 * 64, ds, xf, yf, mode);
+    auto call = [&](const void* s, LumSize ss, LumRect sr, uint8_t* out, LumSize ds, double xf, double yf,
+                    int mode) {
+        return lumiResize_8u_C3R(static_cast<const Lum8u*>(s), ss, src.step, sr, out, 3 * 64, ds, xf, yf,
+                                 mode);
     };
     const LumRect roi{0, 0, 10, 10};
     for (int mode : {1, 8}) {
@@ -233,15 +233,18 @@ TEST_P(ResizeArgsTest, EndsChecksInOrderAndWriteNothing)
         EXPECT_EQ(call(src.bytes.data(), {10, 10}, {-1, 0, 5, 5}, d, {0, 0}, 0.0, 0.0, mode), lumStsBadSize);
         EXPECT_EQ(call(src.bytes.data(), {10, 10}, {0, 0, 5, 0}, d, {0, 0}, 0.0, 0.0, mode), lumStsBadSize);
         // The empty intersection comes before the destination size.
-        EXPECT_EQ(call(src.bytes.data(), {10, 10}, {10, 0, 5, 5}, d, {0, 0}, 0.0, 0.0, mode), lumStsEmptyIntersection);
-        EXPECT_EQ(call(src.bytes.data(), {10, 10}, {0, 10, 5, 5}, d, {0, 0}, 0.0, 0.0, mode), lumStsEmptyIntersection);
+        EXPECT_EQ(call(src.bytes.data(), {10, 10}, {10, 0, 5, 5}, d, {0, 0}, 0.0, 0.0, mode),
+                  lumStsEmptyIntersection);
+        EXPECT_EQ(call(src.bytes.data(), {10, 10}, {0, 10, 5, 5}, d, {0, 0}, 0.0, 0.0, mode),
+                  lumStsEmptyIntersection);
         EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {0, 5}, 0.0, 0.0, mode), lumStsBadSize);
         EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {5, 0}, 0.0, 0.0, mode), lumStsBadSize);
         EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {5, 5}, 0.0, 0.5, mode), lumStsBadResizeFactor);
         EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {5, 5}, 0.5, -2.0, mode), lumStsBadResizeFactor);
     }
     EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {5, 5}, kNaN, 0.5, 8), lumStsBadResizeFactor);
-    for (int mode : {0, 3, 32, -8}) EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {5, 5}, 0.5, 0.5, mode), lumStsBadInterpolation);
+    for (int mode : {0, 3, 32, -8})
+        EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {5, 5}, 0.5, 0.5, mode), lumStsBadInterpolation);
     // Super-sampling only reduces: a factor above 1.0 sends code 8 to the table driver, which refuses it.
     EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {40, 40}, 1.5, 0.5, 8), lumStsBadInterpolation);
     EXPECT_EQ(call(src.bytes.data(), {10, 10}, roi, d, {40, 40}, 0.5, 1.01, 8), lumStsBadInterpolation);
@@ -258,9 +261,9 @@ TEST_P(ResizeArgsTest, EndsChecksInOrderAndWriteNothing)
 // written.
 TEST_P(ResizeArgsTest, ResultRaisedToOnePixel)
 {
-    const Rgb src = randomRgb(10, 10, 5);
+    const Picture src = randomPicture(10, 10, 3, 5);
     for (int mode : {1, 2, 4, 16, 8}) {
-        Rgb dst(4, 4, kCanary);
+        Picture dst(4, 4, 3, kCanary);
         ASSERT_EQ(resizeEnds(src, src.whole(), dst, 0.06, 0.3, mode), lumStsNoErr) << mode;
         for (int r = 0; r < 4; ++r)
             for (int c = 0; c < 4; ++c)
@@ -275,7 +278,7 @@ TEST_P(ResizeArgsTest, ResultRaisedToOnePixel)
 // block obtained before it is released and nothing is written.
 TEST_P(ResizeArgsTest, AllocationFailureReleasesEverything)
 {
-    const Rgb src = randomRgb(8, 8, 6);
+    const Picture src = randomPicture(8, 8, 3, 6);
     CanaryBuffer dst(3 * 64);
     const struct mallinfo2 before = mallinfo2();
     // 357913942 rows in mode 16: six coefficients per row wrap the element count past 2^31, after
@@ -287,8 +290,8 @@ TEST_P(ResizeArgsTest, AllocationFailureReleasesEverything)
                   lumStsBufferTooSmall);
     }
     // Super-sampling at 1e-9 across a 6e8-pixel region: the accumulator's count wraps.
-    EXPECT_EQ(lumiResize_8u_C3R(src.bytes.data(), {600000000, 1}, src.step, {0, 0, 600000000, 1}, dst.data(), 3 * 8,
-                                {8, 8}, 1e-9, 1.0, 8),
+    EXPECT_EQ(lumiResize_8u_C3R(src.bytes.data(), {600000000, 1}, src.step, {0, 0, 600000000, 1}, dst.data(),
+                                3 * 8, {8, 8}, 1e-9, 1.0, 8),
               lumStsBufferTooSmall);
     const struct mallinfo2 after = mallinfo2();
     EXPECT_EQ(after.uordblks, before.uordblks);
@@ -301,20 +304,22 @@ TEST_P(ResizeArgsTest, AllocationFailureReleasesEverything)
 
 TEST_P(ResizeArgsTest, IdentityAtFactorOne)
 {
-    const Plane src = randomPlane(23, 17, 7);
+    const Picture src = randomPicture(23, 17, 1, 7);
     for (int mode : {1, 2, 4, 16}) {
-        Plane dst(23, 17, kCanary);
+        Picture dst(23, 17, 1, kCanary);
         ASSERT_EQ(resizeRegion(src, src.whole(), dst, dst.whole(), 1.0, 1.0, 0.0, 0.0, mode), lumStsNoErr);
         for (int r = 0; r < 17; ++r)
-            for (int c = 0; c < 23; ++c) ASSERT_EQ(dst.at(r, c), src.at(r, c)) << mode << " " << r << "," << c;
+            for (int c = 0; c < 23; ++c)
+                ASSERT_EQ(dst.at(r, c), src.at(r, c)) << mode << " " << r << "," << c;
     }
-    const Rgb rgb = randomRgb(23, 17, 8);
+    const Picture rgb = randomPicture(23, 17, 3, 8);
     for (int mode : {1, 2, 4, 16, 8}) {
-        Rgb dst(23, 17, kCanary);
+        Picture dst(23, 17, 3, kCanary);
         ASSERT_EQ(resizeEnds(rgb, rgb.whole(), dst, 1.0, 1.0, mode), lumStsNoErr);
         for (int r = 0; r < 17; ++r)
             for (int c = 0; c < 23; ++c)
-                for (int ch = 0; ch < 3; ++ch) ASSERT_EQ(dst.at(r, c, ch), rgb.at(r, c, ch)) << mode << " " << r << "," << c;
+                for (int ch = 0; ch < 3; ++ch)
+                    ASSERT_EQ(dst.at(r, c, ch), rgb.at(r, c, ch)) << mode << " " << r << "," << c;
     }
 }
 
@@ -322,19 +327,22 @@ TEST_P(ResizeArgsTest, FlatImagesStayFlat)
 {
     const double kFactors[] = {0.3, 0.5, 1.0 / 3.0, 0.77, 1.0, 1.6, 2.0, 3.3};
     for (uint8_t v : {uint8_t(0), uint8_t(97), uint8_t(255)}) {
-        Plane src(19, 21, v);
-        Rgb rgb(19, 21, v);
+        Picture src(19, 21, 1, v);
+        Picture rgb(19, 21, 3, v);
         for (double f : kFactors) {
             for (int mode : {1, 2, 4, 16}) {
-                Plane dst(70, 70, kCanary);
-                ASSERT_EQ(resizeRegion(src, src.whole(), dst, {0, 0, 70, 70}, f, f * 1.1, 0.3, -0.2, mode), lumStsNoErr);
-                for (uint8_t x : dst.bytes) ASSERT_TRUE(x == v || x == kCanary) << int(v) << " " << f << " " << mode;
+                Picture dst(70, 70, 1, kCanary);
+                ASSERT_EQ(resizeRegion(src, src.whole(), dst, {0, 0, 70, 70}, f, f * 1.1, 0.3, -0.2, mode),
+                          lumStsNoErr);
+                for (uint8_t x : dst.bytes)
+                    ASSERT_TRUE(x == v || x == kCanary) << int(v) << " " << f << " " << mode;
             }
             for (int mode : {1, 2, 4, 16, 8}) {
                 if (mode == 8 && f > 1.0) continue;
-                Rgb dst(70, 70, kCanary);
+                Picture dst(70, 70, 3, kCanary);
                 ASSERT_EQ(resizeEnds(rgb, rgb.whole(), dst, f, f * 0.9, mode), lumStsNoErr);
-                for (uint8_t x : dst.bytes) ASSERT_TRUE(x == v || x == kCanary) << int(v) << " " << f << " " << mode;
+                for (uint8_t x : dst.bytes)
+                    ASSERT_TRUE(x == v || x == kCanary) << int(v) << " " << f << " " << mode;
             }
         }
     }
@@ -343,9 +351,9 @@ TEST_P(ResizeArgsTest, FlatImagesStayFlat)
 // A region extending past the image is clipped silently: the result is that of the clipped region.
 TEST_P(ResizeArgsTest, RegionPastTheImageIsClipped)
 {
-    const Plane src = randomPlane(20, 20, 9);
+    const Picture src = randomPicture(20, 20, 1, 9);
     for (int mode : {1, 2, 4, 16}) {
-        Plane a(60, 60, kCanary), b(60, 60, kCanary);
+        Picture a(60, 60, 1, kCanary), b(60, 60, 1, kCanary);
         ASSERT_EQ(resizeRegion(src, {5, 6, 100, 100}, a, a.whole(), 1.7, 1.3, 0.0, 0.0, mode), lumStsNoErr);
         ASSERT_EQ(resizeRegion(src, {5, 6, 15, 14}, b, b.whole(), 1.7, 1.3, 0.0, 0.0, mode), lumStsNoErr);
         EXPECT_EQ(a.bytes, b.bytes) << mode;
@@ -361,20 +369,20 @@ TEST_P(ResizeArgsTest, SmallImagesLowerTheMode)
         int asMode;
     } kCases[] = {{7, 4}, {3, 2}, {1, 1}};
     for (const auto& k : kCases) {
-        const Plane src = randomPlane(k.width, 12, 10);
-        Plane a(40, 40), b(40, 40);
+        const Picture src = randomPicture(k.width, 12, 1, 10);
+        Picture a(40, 40), b(40, 40);
         ASSERT_EQ(resizeRegion(src, src.whole(), a, a.whole(), 2.3, 1.7, 0.4, 0.1, 16), lumStsNoErr);
         ASSERT_EQ(resizeRegion(src, src.whole(), b, b.whole(), 2.3, 1.7, 0.4, 0.1, k.asMode), lumStsNoErr);
         EXPECT_EQ(a.bytes, b.bytes) << k.width;
-        const Rgb rgb = randomRgb(k.width, 12, 11);
-        Rgb c(40, 40), d(40, 40);
+        const Picture rgb = randomPicture(k.width, 12, 3, 11);
+        Picture c(40, 40, 3), d(40, 40, 3);
         ASSERT_EQ(resizeEnds(rgb, {0, 2, k.width, 9}, c, 2.3, 1.7, 16), lumStsNoErr);
         ASSERT_EQ(resizeEnds(rgb, {0, 2, k.width, 9}, d, 2.3, 1.7, k.asMode), lumStsNoErr);
         EXPECT_EQ(c.bytes, d.bytes) << k.width;
     }
     // Eight pixels are enough for six taps: the result differs from cubic's on noise.
-    const Plane src = randomPlane(8, 8, 12);
-    Plane a(30, 30), b(30, 30);
+    const Picture src = randomPicture(8, 8, 1, 12);
+    Picture a(30, 30), b(30, 30);
     ASSERT_EQ(resizeRegion(src, src.whole(), a, a.whole(), 2.5, 2.5, 0.0, 0.0, 16), lumStsNoErr);
     ASSERT_EQ(resizeRegion(src, src.whole(), b, b.whole(), 2.5, 2.5, 0.0, 0.0, 4), lumStsNoErr);
     EXPECT_NE(a.bytes, b.bytes);
@@ -384,8 +392,8 @@ TEST_P(ResizeArgsTest, SmallImagesLowerTheMode)
 // trunc(1.5 * 0.5) are 0.
 TEST_P(ResizeArgsTest, NearestDoublesPixels)
 {
-    const Plane src = randomPlane(9, 5, 13);
-    Plane dst(18, 10, kCanary);
+    const Picture src = randomPicture(9, 5, 1, 13);
+    Picture dst(18, 10, 1, kCanary);
     ASSERT_EQ(resizeRegion(src, src.whole(), dst, dst.whole(), 2.0, 2.0, 0.0, 0.0, 1), lumStsNoErr);
     for (int r = 0; r < 10; ++r)
         for (int c = 0; c < 18; ++c) ASSERT_EQ(dst.at(r, c), src.at(r / 2, c / 2));
@@ -395,8 +403,8 @@ TEST_P(ResizeArgsTest, NearestDoublesPixels)
 // 0 and takes image row 0, the row the buffer was filled from before the loop; rows 11 on are right.
 TEST_P(ResizeArgsTest, LinearFirstInteriorRowQuirk)
 {
-    const Plane src = randomPlane(12, 20, 14);
-    Plane dst(12, 20, kCanary);
+    const Picture src = randomPicture(12, 20, 1, 14);
+    Picture dst(12, 20, 1, kCanary);
     ASSERT_EQ(resizeRegion(src, {0, 10, 12, 10}, dst, {0, 10, 12, 10}, 1.0, 1.0, 0.0, 0.0, 2), lumStsNoErr);
     for (int c = 0; c < 12; ++c) {
         EXPECT_EQ(dst.at(10, c), src.at(0, c)) << c;
@@ -409,8 +417,8 @@ TEST_P(ResizeArgsTest, LinearFirstInteriorRowQuirk)
 // Q14 step; so is the first column down column 0.
 TEST_P(ResizeArgsTest, LinearBorderRoundsOnce)
 {
-    const Plane src = randomPlane(10, 10, 15);
-    Plane dst(20, 20);
+    const Picture src = randomPicture(10, 10, 1, 15);
+    Picture dst(20, 20);
     ASSERT_EQ(resizeRegion(src, src.whole(), dst, dst.whole(), 2.0, 2.0, 0.0, 0.0, 2), lumStsNoErr);
     // Column j > 0 of row 0: p = (j + 0.5) / 2 - 0.5; for odd j the weights are 4096 and 12288 ...
     for (int j = 1; j < 19; ++j) {
@@ -420,8 +428,8 @@ TEST_P(ResizeArgsTest, LinearBorderRoundsOnce)
         const int want = (src.at(0, x) * (16384 - w) + src.at(0, x + 1) * w + 8192) >> 14;
         EXPECT_EQ(dst.at(0, j), want) << j;
     }
-    EXPECT_EQ(dst.at(0, 0), src.at(0, 0));     // corner
-    EXPECT_EQ(dst.at(19, 19), src.at(9, 9));   // corner
+    EXPECT_EQ(dst.at(0, 0), src.at(0, 0));    // corner
+    EXPECT_EQ(dst.at(19, 19), src.at(9, 9));  // corner
     // Row 5 has p = 2.25: its first column blends rows 2 and 3 of column 0.
     EXPECT_EQ(dst.at(5, 0), (src.at(2, 0) * 12288 + src.at(3, 0) * 4096 + 8192) >> 14);
 }
@@ -430,10 +438,10 @@ TEST_P(ResizeArgsTest, LinearBorderRoundsOnce)
 // with weight zero and do not show.
 TEST_P(ResizeArgsTest, LinearOnTheLastSample)
 {
-    Plane src = randomPlane(10, 10, 16);
+    Picture src = randomPicture(10, 10, 1, 16);
     for (int c = 0; c < src.step; ++c) src.at(10, c) = 255;
     for (int r = 0; r < 11; ++r) src.at(r, 10) = 255;
-    Plane dst(10, 10);
+    Picture dst(10, 10);
     ASSERT_EQ(resizeRegion(src, src.whole(), dst, dst.whole(), 1.0, 1.0, 0.0, 0.0, 2), lumStsNoErr);
     for (int r = 0; r < 10; ++r)
         for (int c = 0; c < 10; ++c) ASSERT_EQ(dst.at(r, c), src.at(r, c));
@@ -442,19 +450,19 @@ TEST_P(ResizeArgsTest, LinearOnTheLastSample)
 // A bottom-up image (negative step) gives the same result as the same picture stored top-down.
 TEST_P(ResizeArgsTest, NegativeSourceStep)
 {
-    const Plane top = randomPlane(15, 13, 17);
+    const Picture top = randomPicture(15, 13, 1, 17);
     std::vector<uint8_t> flipped(top.bytes.size());
     for (int r = 0; r < 13; ++r)
         std::copy_n(&top.bytes[size_t(r) * top.step], top.step, &flipped[size_t(13 - r) * top.step]);
     const uint8_t* bottomUp = &flipped[size_t(13) * top.step];
     for (int mode : {1, 2, 4, 16}) {
-        Plane a(40, 40, kCanary), b(40, 40, kCanary);
+        Picture a(40, 40, 1, kCanary), b(40, 40, 1, kCanary);
         ASSERT_EQ(resizeRegion(top, {1, 2, 13, 10}, a, a.whole(), 1.9, 1.45, 0.3, 0.2, mode), lumStsNoErr);
         Lum32s size = 0;
         ASSERT_EQ(lumiResizeSqrPixelGetBufSize({40, 40}, 1, mode, &size), lumStsNoErr);
         std::vector<uint8_t> scratch(static_cast<size_t>(size));
-        ASSERT_EQ(lumiResizeSqrPixel_8u_C1R(bottomUp, top.size(), -top.step, {1, 2, 13, 10}, b.bytes.data(), b.step,
-                                            b.whole(), 1.9, 1.45, 0.3, 0.2, mode, scratch.data()),
+        ASSERT_EQ(lumiResizeSqrPixel_8u_C1R(bottomUp, top.size(), -top.step, {1, 2, 13, 10}, b.bytes.data(),
+                                            b.step, b.whole(), 1.9, 1.45, 0.3, 0.2, mode, scratch.data()),
                   lumStsNoErr);
         EXPECT_EQ(a.bytes, b.bytes) << mode;
     }
@@ -471,10 +479,10 @@ TEST_P(ResizeArgsTest, CubicEdgesAndOvershoot)
         uint8_t want;
     } kCases[] = {{{0, 0, 255, 255}, 128}, {{255, 0, 0, 255}, 0}, {{0, 255, 255, 0}, 255}};
     for (const auto& k : kCases) {
-        Plane src(8, 8);
+        Picture src(8, 8);
         for (int r = 0; r < 10; ++r)
             for (int c = 0; c < 11; ++c) src.at(r, c) = k.s[std::min(3, std::max(0, c - 1))];
-        Plane dst(8, 8, kCanary);
+        Picture dst(8, 8, 1, kCanary);
         // p = k + 0.5: column 1 of the output has q = 1 and samples at columns 0 to 3.
         ASSERT_EQ(resizeRegion(src, src.whole(), dst, dst.whole(), 1.0, 1.0, -0.5, 0.0, 4), lumStsNoErr);
         for (int r = 0; r < 8; ++r) EXPECT_EQ(dst.at(r, 2), k.want) << int(k.s[1]);
@@ -485,8 +493,8 @@ TEST_P(ResizeArgsTest, CubicEdgesAndOvershoot)
 // q lowered by 2 and t = 2, both exact; a 4-pixel-wide image works.
 TEST_P(ResizeArgsTest, CubicEndsMovesTapsInward)
 {
-    const Rgb src = randomRgb(4, 4, 18);
-    Rgb dst(9, 9);
+    const Picture src = randomPicture(4, 4, 3, 18);
+    Picture dst(9, 9, 3);
     ASSERT_EQ(resizeEnds(src, src.whole(), dst, 2.25, 2.25, 4), lumStsNoErr);
     for (int ch = 0; ch < 3; ++ch) {
         EXPECT_EQ(dst.at(0, 0, ch), src.at(0, 0, ch));
@@ -516,10 +524,10 @@ TEST(ResizeLanczosTable, HoldsTheWindow)
 // A sharp edge rings and is clamped to 0 and 255.
 TEST_P(ResizeArgsTest, LanczosRingsAndClamps)
 {
-    Plane src(16, 16);
+    Picture src(16, 16);
     for (int r = 0; r < 18; ++r)
         for (int c = 0; c < src.step; ++c) src.at(r, c) = c < 8 ? 0 : 255;
-    Plane dst(48, 48);
+    Picture dst(48, 48);
     ASSERT_EQ(resizeRegion(src, src.whole(), dst, dst.whole(), 3.0, 3.0, 0.0, 0.0, 16), lumStsNoErr);
     int zeros = 0, fulls = 0;
     for (int c = 0; c < 48; ++c) {
@@ -534,8 +542,8 @@ TEST_P(ResizeArgsTest, LanczosRingsAndClamps)
 // so at factor 1 across, every output row is the last image row.
 TEST_P(ResizeArgsTest, LanczosEndsWithOneRowLeft)
 {
-    const Rgb src = randomRgb(10, 10, 19);
-    Rgb dst(10, 5);
+    const Picture src = randomPicture(10, 10, 3, 19);
+    Picture dst(10, 5, 3);
     ASSERT_EQ(resizeEnds(src, {0, 9, 10, 1}, dst, 1.0, 5.0, 16), lumStsNoErr);
     for (int r = 0; r < 5; ++r)
         for (int c = 0; c < 10; ++c)
@@ -548,10 +556,10 @@ TEST_P(ResizeArgsTest, LanczosEndsWithOneRowLeft)
 // float is exactly 3 in 64-bit arithmetic, which super-sampling uses in every tier.
 TEST_P(ResizeArgsTest, SuperWholeFactorsAreAreaMeans)
 {
-    const Rgb src = randomRgb(24, 18, 20);
+    const Picture src = randomPicture(24, 18, 3, 20);
     for (int k : {2, 3, 4}) {
         const double f = k == 2 ? 0.5 : k == 4 ? 0.25 : 1.0 / 3.0;
-        Rgb dst(24 / k, 18 / k, kCanary);
+        Picture dst(24 / k, 18 / k, 3, kCanary);
         ASSERT_EQ(resizeEnds(src, src.whole(), dst, f, f, 8), lumStsNoErr);
         for (int r = 0; r < 18 / k; ++r)
             for (int c = 0; c < 24 / k; ++c)
@@ -568,8 +576,8 @@ TEST_P(ResizeArgsTest, SuperWholeFactorsAreAreaMeans)
 // xFactor 0.4: destination pixel 0 takes columns 0, 1 and half of 2; pixel 1 the other half, 3, 4.
 TEST_P(ResizeArgsTest, SuperFractionalShares)
 {
-    const Rgb src = randomRgb(10, 3, 21);
-    Rgb dst(4, 3);
+    const Picture src = randomPicture(10, 3, 3, 21);
+    Picture dst(4, 3, 3);
     ASSERT_EQ(resizeEnds(src, src.whole(), dst, 0.4, 1.0, 8), lumStsNoErr);
     for (int r = 0; r < 3; ++r)
         for (int ch = 0; ch < 3; ++ch) {

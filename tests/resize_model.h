@@ -28,7 +28,10 @@ struct Image {
     }
     const uint8_t* base() const { return bytes.data() + origin; }
     uint8_t* base() { return bytes.data() + origin; }
-    uint8_t& ref(int64_t row, int64_t col, int c = 0) { return bytes[size_t(origin + row * step + col * channels + c)]; }
+    uint8_t& ref(int64_t row, int64_t col, int c = 0)
+    {
+        return bytes[size_t(origin + row * step + col * channels + c)];
+    }
 };
 
 inline int lowered(int mode, int w, int h)
@@ -202,7 +205,8 @@ LumStatus regionModel(const RegionCall& c, const Image& src, Image& dst)
                     v = row(m - 1);
                 } else {
                     const int col = j < L ? 0 : n - 1, q = ys.index[i];
-                    v = uint8_t((src.at(q, col) * (16384u - wy) + src.at(q + 1, col) * uint32_t(wy) + 8192) >> 14);
+                    v = uint8_t((src.at(q, col) * (16384u - wy) + src.at(q + 1, col) * uint32_t(wy) + 8192) >>
+                                14);
                 }
             } else if (mode == 2) {
                 const int q = ys.index[i], wy = ys.weight[i];
@@ -223,7 +227,8 @@ LumStatus regionModel(const RegionCall& c, const Image& src, Image& dst)
                 for (int k = 0; k < 6; ++k) {
                     const int r = border ? clampTap(qy, k - 2, m) : qy + k - 2;
                     double hs = 0;
-                    for (int o = 0; o < 6; ++o) hs += cx[j][o] * src.at(r, border ? clampTap(qx, o - 2, n) : qx + o - 2);
+                    for (int o = 0; o < 6; ++o)
+                        hs += cx[j][o] * src.at(r, border ? clampTap(qx, o - 2, n) : qx + o - 2);
                     sum += cy[i][k] * float(hs);
                 }
                 v = finish(sum);
@@ -435,7 +440,8 @@ LumStatus endsModel(const EndsCall& c, const Image& src, Image& dst)
                 } else if (mode == 2) {
                     auto h = [&](int row) {
                         const int w = xs.weight[j];
-                        return ((16384u - w) * at(row, qx, ch) + uint32_t(w) * at(row, qx + 1, ch) + 128) >> 8;
+                        return ((16384u - w) * at(row, qx, ch) + uint32_t(w) * at(row, qx + 1, ch) + 128) >>
+                               8;
                     };
                     const uint32_t upper = h(qy == ys.index[0] ? 0 : qy), lower = h(qy + 1);
                     const uint32_t wy = ys.weight[i];
@@ -444,8 +450,8 @@ LumStatus endsModel(const EndsCall& c, const Image& src, Image& dst)
                     double hv[4];
                     for (int k = 0; k < 4; ++k) {
                         const int r = qy + k - 1;
-                        hv[k] = float(cubic(at(r, qx - 1, ch), at(r, qx, ch), at(r, qx + 1, ch), at(r, qx + 2, ch),
-                                            xs.fraction[j], false));
+                        hv[k] = float(cubic(at(r, qx - 1, ch), at(r, qx, ch), at(r, qx + 1, ch),
+                                            at(r, qx + 2, ch), xs.fraction[j], false));
                     }
                     v = finish(cubic(hv[0], hv[1], hv[2], hv[3], ys.fraction[i], true));
                 } else {

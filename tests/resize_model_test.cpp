@@ -48,11 +48,24 @@ double randomFactor(std::mt19937& rng)
     return 0.15 + (rng() % 4000) / 1000.0;
 }
 
+// The source side of a random case: image size (small images now and then, for the fallbacks), a
+// region that may pass the image's end, and factors.
+template <typename Call>
+void randomSource(Call& c, int n, std::mt19937& rng)
+{
+    c.srcWidth = 1 + int(rng() % (n % 5 == 0 ? 9 : 40));
+    c.srcHeight = 1 + int(rng() % (n % 7 == 0 ? 9 : 40));
+    c.srcRoi = {int(rng() % c.srcWidth), int(rng() % c.srcHeight), 1 + int(rng() % 45), 1 + int(rng() % 45)};
+    c.xFactor = randomFactor(rng);
+    c.yFactor = n % 3 == 0 ? c.xFactor : randomFactor(rng);
+}
+
 // Largest difference between two images' bytes.
 int maxDifference(const Image& a, const Image& b)
 {
     int worst = 0;
-    for (size_t i = 0; i < a.bytes.size(); ++i) worst = std::max(worst, std::abs(int(a.bytes[i]) - int(b.bytes[i])));
+    for (size_t i = 0; i < a.bytes.size(); ++i)
+        worst = std::max(worst, std::abs(int(a.bytes[i]) - int(b.bytes[i])));
     return worst;
 }
 
@@ -78,11 +91,7 @@ TEST_P(ResizeModelTest, RegionGeometryAgreesWithTheModel)
     for (int n = 0; n < 300; ++n) {
         rmodel::RegionCall c{};
         c.mode = kModes[n % 4];
-        c.srcWidth = 1 + int(rng() % (n % 5 == 0 ? 9 : 40));
-        c.srcHeight = 1 + int(rng() % (n % 7 == 0 ? 9 : 40));
-        c.srcRoi = {int(rng() % c.srcWidth), int(rng() % c.srcHeight), 1 + int(rng() % 45), 1 + int(rng() % 45)};
-        c.xFactor = randomFactor(rng);
-        c.yFactor = n % 3 == 0 ? c.xFactor : randomFactor(rng);
+        randomSource(c, n, rng);
         const bool shifted = rng() % 2 == 0;
         c.xShift = shifted ? (int(rng() % 1000) - 500) / 100.0 : 0.0;
         c.yShift = shifted ? (int(rng() % 1000) - 500) / 100.0 : 0.0;
@@ -94,23 +103,26 @@ TEST_P(ResizeModelTest, RegionGeometryAgreesWithTheModel)
                     1 + int(rng() % 70), 1 + int(rng() % 70)};
         if (n % 10 == 0) c.dstRoi.x = int(rng() % 12);
         const Image src = randomImage(c.srcWidth, c.srcHeight, 1, rng() % 4 == 0, rng);
-        Image dst = randomImage(c.dstRoi.x + c.dstRoi.width + 1, c.dstRoi.y + c.dstRoi.height + 1, 1, false, rng);
+        Image dst =
+            randomImage(c.dstRoi.x + c.dstRoi.width + 1, c.dstRoi.y + c.dstRoi.height + 1, 1, false, rng);
         Image expected = dst;
 
         Lum32s size = 0;
-        ASSERT_EQ(lumiResizeSqrPixelGetBufSize({c.dstRoi.width, c.dstRoi.height}, 1, c.mode, &size), lumStsNoErr);
+        ASSERT_EQ(lumiResizeSqrPixelGetBufSize({c.dstRoi.width, c.dstRoi.height}, 1, c.mode, &size),
+                  lumStsNoErr);
         const size_t misalign = rng() % 16;
         GuardedBuffer scratch(size_t(size) + misalign);
-        const LumStatus got = lumiResizeSqrPixel_8u_C1R(src.base(), {c.srcWidth, c.srcHeight}, src.step, c.srcRoi,
-                                                        dst.base(), dst.step, c.dstRoi, c.xFactor, c.yFactor,
-                                                        c.xShift, c.yShift, c.mode, scratch.data() + misalign);
+        const LumStatus got = lumiResizeSqrPixel_8u_C1R(
+            src.base(), {c.srcWidth, c.srcHeight}, src.step, c.srcRoi, dst.base(), dst.step, c.dstRoi,
+            c.xFactor, c.yFactor, c.xShift, c.yShift, c.mode, scratch.data() + misalign);
         const LumStatus want = slot() == 2 ? runRegionModel<double>(c, src, expected)
                                            : runRegionModel<long double>(c, src, expected);
         std::ostringstream what;
         what << "case " << n << " mode " << c.mode << " src " << c.srcWidth << "x" << c.srcHeight << " roi "
-             << c.srcRoi.x << "," << c.srcRoi.y << "," << c.srcRoi.width << "," << c.srcRoi.height << " factors "
-             << c.xFactor << "," << c.yFactor << " shifts " << c.xShift << "," << c.yShift << " dstRoi "
-             << c.dstRoi.x << "," << c.dstRoi.y << "," << c.dstRoi.width << "," << c.dstRoi.height;
+             << c.srcRoi.x << "," << c.srcRoi.y << "," << c.srcRoi.width << "," << c.srcRoi.height
+             << " factors " << c.xFactor << "," << c.yFactor << " shifts " << c.xShift << "," << c.yShift
+             << " dstRoi " << c.dstRoi.x << "," << c.dstRoi.y << "," << c.dstRoi.width << ","
+             << c.dstRoi.height;
         ASSERT_EQ(got, want) << what.str();
         const int mode = rmodel::lowered(c.mode, c.srcWidth, c.srcHeight);
         const int allowed = mode >= 4 ? 1 : 0;
@@ -128,11 +140,7 @@ TEST_P(ResizeModelTest, EndsGeometryAgreesWithTheModel)
     for (int n = 0; n < 300; ++n) {
         rmodel::EndsCall c{};
         c.mode = kModes[n % 5];
-        c.srcWidth = 1 + int(rng() % (n % 6 == 0 ? 9 : 40));
-        c.srcHeight = 1 + int(rng() % (n % 7 == 0 ? 9 : 40));
-        c.srcRoi = {int(rng() % c.srcWidth), int(rng() % c.srcHeight), 1 + int(rng() % 45), 1 + int(rng() % 45)};
-        c.xFactor = randomFactor(rng);
-        c.yFactor = n % 3 == 0 ? c.xFactor : randomFactor(rng);
+        randomSource(c, n, rng);
         if (c.mode == 8) {
             c.xFactor = std::min(c.xFactor, 1.0 / (1 + rng() % 4));
             c.yFactor = std::min(c.yFactor, 1.0 / (1 + rng() % 4));
@@ -142,14 +150,16 @@ TEST_P(ResizeModelTest, EndsGeometryAgreesWithTheModel)
         const Image src = randomImage(c.srcWidth, c.srcHeight, 3, rng() % 4 == 0, rng);
         Image dst = randomImage(c.dstRoiSize.width + 1, c.dstRoiSize.height + 1, 3, rng() % 4 == 0, rng);
         Image expected = dst;
-        const LumStatus got = lumiResize_8u_C3R(src.base(), {c.srcWidth, c.srcHeight}, src.step, c.srcRoi,
-                                                dst.base(), dst.step, c.dstRoiSize, c.xFactor, c.yFactor, c.mode);
+        const LumStatus got =
+            lumiResize_8u_C3R(src.base(), {c.srcWidth, c.srcHeight}, src.step, c.srcRoi, dst.base(), dst.step,
+                              c.dstRoiSize, c.xFactor, c.yFactor, c.mode);
         const LumStatus want = slot() == 2 ? rmodel::endsModel<double>(c, src, expected)
                                            : rmodel::endsModel<long double>(c, src, expected);
         std::ostringstream what;
         what << "case " << n << " mode " << c.mode << " src " << c.srcWidth << "x" << c.srcHeight << " roi "
-             << c.srcRoi.x << "," << c.srcRoi.y << "," << c.srcRoi.width << "," << c.srcRoi.height << " factors "
-             << c.xFactor << "," << c.yFactor << " dst " << c.dstRoiSize.width << "x" << c.dstRoiSize.height;
+             << c.srcRoi.x << "," << c.srcRoi.y << "," << c.srcRoi.width << "," << c.srcRoi.height
+             << " factors " << c.xFactor << "," << c.yFactor << " dst " << c.dstRoiSize.width << "x"
+             << c.dstRoiSize.height;
         ASSERT_EQ(got, want) << what.str();
         int mode = c.mode == 8 ? 8 : rmodel::lowered(c.mode, c.srcWidth, c.srcHeight);
         const bool wholeSuper = wholeInverses(c.xFactor, c.yFactor);
@@ -188,14 +198,14 @@ TEST(ResizeTiers, ModesKeepTheirClassAcrossTiers)
         for (int slot = 0; slot < 4; ++slot) {
             ASSERT_EQ(lumSetTierByCpuCode(lumtest::kTierCodes[slot]), lumStsNoErr);
             Image d = d0, e = e0, f = e0;
-            ASSERT_EQ(lumiResizeSqrPixel_8u_C1R(src.base(), {src.width, src.height}, src.step, roi, d.base(), d.step,
-                                                dstRoi, xf, yf, shift, -shift, mode, scratch.data()),
+            ASSERT_EQ(lumiResizeSqrPixel_8u_C1R(src.base(), {src.width, src.height}, src.step, roi, d.base(),
+                                                d.step, dstRoi, xf, yf, shift, -shift, mode, scratch.data()),
                       lumStsNoErr);
-            ASSERT_EQ(lumiResize_8u_C3R(rgb.base(), {rgb.width, rgb.height}, rgb.step, roi, e.base(), e.step, {90, 90},
-                                        xf, yf, mode),
+            ASSERT_EQ(lumiResize_8u_C3R(rgb.base(), {rgb.width, rgb.height}, rgb.step, roi, e.base(), e.step,
+                                        {90, 90}, xf, yf, mode),
                       lumStsNoErr);
-            ASSERT_EQ(lumiResize_8u_C3R(rgb.base(), {rgb.width, rgb.height}, rgb.step, roi, f.base(), f.step, {90, 90},
-                                        sf, sf, lumResizeSuper),
+            ASSERT_EQ(lumiResize_8u_C3R(rgb.base(), {rgb.width, rgb.height}, rgb.step, roi, f.base(), f.step,
+                                        {90, 90}, sf, sf, lumResizeSuper),
                       lumStsNoErr);
             region.push_back(d);
             ends.push_back(e);

@@ -55,8 +55,8 @@ TEST_P(ResizeOracleTest, LinearAgreesWithOpenCv)
         cv::Mat padded;
         cv::copyMakeBorder(src, padded, 0, 1, 0, 1, cv::BORDER_REPLICATE);
         ASSERT_EQ(lumiResizeSqrPixel_8u_C1R(padded.data, {w, h}, int(padded.step), {0, 0, w, h}, got.data,
-                                            int(got.step), {0, 0, s.dw, s.dh}, xf, yf, 0.0, 0.0, lumResizeLinear,
-                                            scratch.data()),
+                                            int(got.step), {0, 0, s.dw, s.dh}, xf, yf, 0.0, 0.0,
+                                            lumResizeLinear, scratch.data()),
                   lumStsNoErr);
 
         // The floor index of the first interior row, whose rows the first-row rule fills from row 0.
