@@ -39,7 +39,7 @@ struct Layout {
     // A blended row is one flat run when pixels are packed.
     bool flat() const { return pixelStep == channels; }
 
-    // Writes one destination row of `width` pixels: a flat row through the vector loop flat(d, n),
+    // Writes one destination row of `width` pixels: a flat row through the vector loop flatRun(d, n),
     // any other sample by sample, from buffer index k to its place among pixelStep samples.
     template <typename Flat, typename Sample>
     void blend(Lum32s width, Lum8u* d, Flat flatRun, Sample sample) const
@@ -75,7 +75,6 @@ public:
     }
 
     bool atOrPast(int64_t r, int64_t bound) const { return step_ > 0 ? r >= bound : r <= bound; }
-    Lum32s step() const { return step_; }
 
 private:
     Lum32s step_;

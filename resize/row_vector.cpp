@@ -193,17 +193,19 @@ void linearVertical(const Lum16u* upper, const Lum16u* lower, uint32_t wy, Lum8u
     for (; k < n; ++k) d[k] = resize::linearVertical(upper[k], lower[k], wy);
 }
 
-// Four columns at a time: each column's four samples are one 32-bit gather, transposed into the
-// lanes of p0 to p3.
+// Four columns at a time: each column's four samples are one 32-bit gather, and p0 to p3 are its four
+// bytes, one column per lane.
 void cubicHorizontalC1(const Lum8u* s, const Lum32s* offsets, const Lum32f* fractions, Lum32f* out, Lum32s n)
 {
     Lum32s j = 0;
     for (; j + 4 <= n; j += 4) {
-        __m128 p0 = bytesToFloats(load32(s + offsets[j] - 1));
-        __m128 p1 = bytesToFloats(load32(s + offsets[j + 1] - 1));
-        __m128 p2 = bytesToFloats(load32(s + offsets[j + 2] - 1));
-        __m128 p3 = bytesToFloats(load32(s + offsets[j + 3] - 1));
-        _MM_TRANSPOSE4_PS(p0, p1, p2, p3);
+        const __m128i v = _mm_setr_epi32(load32(s + offsets[j] - 1), load32(s + offsets[j + 1] - 1),
+                                         load32(s + offsets[j + 2] - 1), load32(s + offsets[j + 3] - 1));
+        const __m128i low = _mm_set1_epi32(0xFF);
+        const __m128 p0 = _mm_cvtepi32_ps(_mm_and_si128(v, low));
+        const __m128 p1 = _mm_cvtepi32_ps(_mm_and_si128(_mm_srli_epi32(v, 8), low));
+        const __m128 p2 = _mm_cvtepi32_ps(_mm_and_si128(_mm_srli_epi32(v, 16), low));
+        const __m128 p3 = _mm_cvtepi32_ps(_mm_srli_epi32(v, 24));
         const CubicLanes k = cubicCoefficientLanes(fractions + j);
         _mm_storeu_ps(out + j, cubicLanes(p0, p1, p2, p3, k.a, k.b, k.c));
     }
