@@ -44,10 +44,20 @@ static inline Lum32s truncToInt(Real v)
     return static_cast<Lum32s>(v);
 }
 
+// trunc() and floor() without the maths library, which C programs linking the static library do not
+// bring: from 2^62 on every floating-point value is whole already.
 template <typename Real>
-static inline Lum32s floorToInt(Real v)
+static inline Real truncReal(Real v)
 {
-    return truncToInt<Real>(std::floor(v));
+    constexpr Real kWhole = Real(4611686018427387904.0);
+    return (v > -kWhole && v < kWhole) ? Real(static_cast<int64_t>(v)) : v;
+}
+
+template <typename Real>
+static inline Real floorReal(Real v)
+{
+    const Real t = truncReal(v);
+    return t > v ? t - Real(1) : t;
 }
 
 // The region clipped to the image: only its far edge can pass the image's.

@@ -32,12 +32,12 @@ public:
           cols_(cols),
           ix_(ix),
           iy_(iy),
-          nx_(truncToInt<Real>(std::floor(ix))),
-          ny_(truncToInt<Real>(std::floor(iy))),
+          nx_(truncToInt<Real>(floorReal(ix))),
+          ny_(truncToInt<Real>(floorReal(iy))),
           pixelStep_(pixelStep),
           channels_(channels),
-          wholeX_(ix == std::trunc(ix)),
-          wholeY_(iy == std::trunc(iy))
+          wholeX_(ix == truncReal(ix)),
+          wholeY_(iy == truncReal(iy))
     {
     }
 
@@ -86,10 +86,6 @@ public:
     }
 
 private:
-    // floor() of the counts of whole rows and columns, whose arguments are never negative: the shares
-    // left over are at least -1e-07 and the inverse factors above 1. A conversion, not a library call.
-    static Real wholePart(Real v) { return Real(static_cast<int64_t>(v)); }
-
     // Rows past the image's end, which only a result raised from half a pixel reaches, add nothing.
     bool rowInImage() const { return row_ < rowsInImage_; }
     void nextRow()
@@ -120,7 +116,9 @@ private:
             return;
         }
         const Real rem = Real(1) - fracY_;
-        const Real n = wholePart(Real(1e-07) + (iy_ - rem));
+        // floor() of a value that is never negative: the shares left over are at least -1e-07 and the
+        // inverse factors above 1.
+        const Real n = truncReal(Real(1e-07) + (iy_ - rem));
         fracY_ = (iy_ - rem) - n;
         if (rem > Real(1e-07)) {
             addShare(acc, rem);
@@ -159,7 +157,7 @@ private:
         Lum32s i = nx_;
         for (Lum32s d = 1; i < cols_ - nx_; ++d) {
             const Real rem = Real(1) - fracX;
-            const Real n = wholePart(Real(1e-07) + (ix_ - rem));
+            const Real n = truncReal(Real(1e-07) + (ix_ - rem));
             fracX = (ix_ - rem) - n;
             const Lum32s whole = truncToInt<Real>(n);
             // A share of at most 1e-07 is skipped; the entry then counts whole in this pixel too.

@@ -95,7 +95,7 @@ struct RegionAxis {
         BorderCounts counts{0, 0};
         for (Lum32s e = 0; e < count; ++e) {
             const Real p = position(e);
-            const Real qf = std::floor(p);
+            const Real qf = floorReal(p);
             const Lum32s q = truncToInt<Real>(qf);
             const Real f = p - qf;
             t.offsets[e] = scaledOffset(q, t.unit);
@@ -148,7 +148,7 @@ struct EndsAxis {
         const Lum32s last = size - origin - 1;  // the image's last sample, relative to the region
         Real p = start;
         for (Lum32s e = 0; e < count; ++e, p += step) {
-            const Real qf = std::trunc(p + Real(1e-07));
+            const Real qf = truncReal(p + Real(1e-07));
             Lum32s q = truncToInt<Real>(qf);
             const Real f = p - qf;
             if (mode == kLinear) {
