@@ -87,10 +87,13 @@ void runInterior(Lum32s mode, ResizeJob job, const AxisTables& rows, const AxisT
     }
 }
 
+// Out of line: each tier's export is one call into the shared body, and the px exports carry none of
+// the block moves that compilers generate for the job records.
 template <typename Tier>
-LumStatus resizeRegionDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi, Lum8u* pDst,
-                             Lum32s dstStep, LumRect dstRoi, double xFactor, double yFactor, double xShift,
-                             double yShift, Lum32s interpolation, Lum8u* pBuffer)
+[[gnu::noinline]] LumStatus resizeRegionDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep,
+                                               LumRect srcRoi, Lum8u* pDst, Lum32s dstStep, LumRect dstRoi,
+                                               double xFactor, double yFactor, double xShift, double yShift,
+                                               Lum32s interpolation, Lum8u* pBuffer)
 {
     constexpr Lum32s kPixelStep = 1;
     constexpr Lum32s kChannels = 1;
@@ -225,10 +228,13 @@ bool allocateTables(WorkMemory<Tier>& mem, Lum32s mode, uint32_t width, uint32_t
     return true;
 }
 
+// Out of line: each tier's export is one call into the shared body, and the px exports carry none of
+// the block moves that compilers generate for the job records.
 template <typename Tier>
-LumStatus resizeDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi, Lum8u* pDst,
-                       Lum32s dstStep, LumSize dstRoiSize, double xFactor, double yFactor,
-                       Lum32s interpolation, Lum32s pixelStep, Lum32s channels)
+[[gnu::noinline]] LumStatus resizeDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi,
+                                         Lum8u* pDst, Lum32s dstStep, LumSize dstRoiSize, double xFactor,
+                                         double yFactor, Lum32s interpolation, Lum32s pixelStep,
+                                         Lum32s channels)
 {
     using Real = typename Tier::Real;
     const LumStatus status =

@@ -3,8 +3,6 @@
 
 #include <lum.h>
 
-#include <cmath>
-
 namespace lum {
 
 // 301 points of the window at steps of 0.01 from 0 to 3, then three zeros.
@@ -27,7 +25,8 @@ static inline void lanczosWeightsTested(const Lum32f* fractions, Lum32s len, Lum
         for (int k = 0; k < 6; ++k, t += Real(1)) {
             raw[k] = 0.0f;
             if (t > Real(-3) && t < Real(3)) {
-                const Real a = std::fabs(t) * Real(100);
+                // A comparison rather than fabs(), which compilers build from a packed mask.
+                const Real a = (t < Real(0) ? Real(0) - t : t) * Real(100);
                 const int i = static_cast<int>(a);
                 raw[k] = static_cast<Lum32f>(Real(table[i]) +
                                              (a - Real(i)) * (Real(table[i + 1]) - Real(table[i])));

@@ -189,10 +189,12 @@ private:
 };
 
 // resizeSuperDriver with the export's parameters: three interleaved 8-bit channels.
+// Out of line like the other drivers: the px export stays one call.
 template <typename Tier>
-LumStatus resizeSuperDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep, LumRect srcRoi, Lum8u* pDst,
-                            Lum32s dstStep, LumSize dstRoiSize, double xFactor, double yFactor,
-                            Lum32s pixelStep, Lum32s channels)
+[[gnu::noinline]] LumStatus resizeSuperDriver(const Lum8u* pSrc, LumSize srcSize, Lum32s srcStep,
+                                              LumRect srcRoi, Lum8u* pDst, Lum32s dstStep, LumSize dstRoiSize,
+                                              double xFactor, double yFactor, Lum32s pixelStep,
+                                              Lum32s channels)
 {
     using Real = SuperReal;
     const LumStatus status =
