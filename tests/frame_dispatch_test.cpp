@@ -50,9 +50,6 @@ const std::set<std::string> kNotBuiltYet = {
     "lumiDecodeHuffmanStateGetBufSize_JPEG_8u",
     "lumiDecodeHuffmanStateInitAlloc_JPEG_8u",
     "lumiDecodeHuffmanStateInit_JPEG_8u",
-    "lumiResizeSqrPixelGetBufSize",
-    "lumiResizeSqrPixel_8u_C1R",
-    "lumiResize_8u_C3R",
 };
 
 std::set<std::string> definedDynamicSymbols()
