@@ -7,6 +7,7 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 #include "codec.h"
 #include "jpeg_markers.h"
@@ -102,11 +103,12 @@ public:
         } else {
             const int h = options.sampling == Sampling::S444 ? 1 : 2;
             const int v = options.sampling == Sampling::S420 ? 2 : 1;
-            frame_.components = {{1, h, v, 0}, {2, 1, 1, 1}, {3, 1, 1, 1}};
+            frame_.components = {{1, h, v, 0, h, v}, {2, 1, 1, 1, 1, 1}, {3, 1, 1, 1, 1, 1}};
             convert_ = options.sampling == Sampling::S444   ? lumiRGBToYCbCr444LS_MCU_8u16s_C3P3R
                        : options.sampling == Sampling::S422 ? lumiRGBToYCbCr422LS_MCU_8u16s_C3P3R
                                                             : lumiRGBToYCbCr411LS_MCU_8u16s_C3P3R;
         }
+        source_.emplace(image_, frame_.mcuWidth(), frame_.mcuHeight());
         // Luma plane of up to four blocks, then one block each of Cb and Cr.
         planes_ = LumArray<Lum16s>(64 * 6);
         planePtr_[0] = planes_.data();
@@ -192,7 +194,7 @@ private:
     void transformMcu(int mx, int my)
     {
         Lum32s step = 0;
-        const Lum8u* src = source_.at(mx, my, &step);
+        const Lum8u* src = source_->at(mx, my, &step);
         check(convert_(src, step, planePtr_), "converting an MCU");
         for (size_t c = 0; c < frame_.components.size(); ++c) {
             const FrameComponent& fc = frame_.components[c];
@@ -377,8 +379,7 @@ private:
     EncodeOptions options_;
     JpegStream frame_;
     McuConvert convert_ = nullptr;
-    McuSource source_{image_, 8 * (image_.channels == 3 && options_.sampling != Sampling::S444 ? 2 : 1),
-                      8 * (image_.channels == 3 && options_.sampling == Sampling::S420 ? 2 : 1)};
+    std::optional<McuSource> source_;
     LumArray<Lum16s> planes_;
     Lum16s* planePtr_[3] = {};
     std::array<LumArray<Lum16u>, 2> fwdQuant_{LumArray<Lum16u>(64), LumArray<Lum16u>(64)};
