@@ -689,7 +689,9 @@ TEST_P(HuffDecSequential, FastPathRunsWithTwentyFourBytesToSpare)
         expectBlock(decodeOne(s, t), want);
         const bool fast = !isPx() && spare == 24;
         EXPECT_EQ(s.view().coefsLeft, fast ? 1234 : 63) << spare;
-        if (fast) EXPECT_EQ(s.pos * 8 - s.view().bitCount, 8) << "whole bytes given back";
+        if (fast) {
+            EXPECT_EQ(s.pos * 8 - s.view().bitCount, 8) << "whole bytes given back";
+        }
     }
 }
 
