@@ -28,26 +28,19 @@ struct Source {
     uint32_t next() { return src[pos++]; }
 };
 
-// Narrow form: bits right-justified, the next one at bit count - 1; at most 32 are read ahead, and
-// each byte taken clears the high word.
-template <typename Tier>
-struct NarrowReader {
+// What both readers share: the stream, the working state, the byte-wise fill and the FillBits(n)
+// of the block algorithms. Derived appends a byte to its accumulator and notes a marker.
+template <typename Derived>
+struct ReaderBase {
     Source in;
     StateFields st;
 
-    NarrowReader(Source source, const LumDecodeHuffmanState* state) : in(source), st(loadState(state)) {}
+    ReaderBase(Source source, const LumDecodeHuffmanState* state) : in(source), st(loadState(state)) {}
 
-    void save(Lum32s* pSrcPos, LumDecodeHuffmanState* state) const
+    // Whole bytes until at least 25 bits are held. A 0xFF 0x00 is a data byte 0xFF; a 0xFF 0xFF
+    // is a fill byte where passFillBytes holds and a marker otherwise; anything else is a marker.
+    LumStatus fillBytewise(int32_t need, bool passFillBytes)
     {
-        *pSrcPos = in.pos;
-        storeState(state, st);
-    }
-
-    // FillBits: tops the accumulator up to 25 bits or more. Fill bytes (0xFF 0xFF) are passed over;
-    // once a marker has been met no byte is taken and no zero is made up.
-    LumStatus fill(int32_t need)
-    {
-        if (*in.pMarker != 0) return need > st.count ? lumStsOutOfBuffer : lumStsNoErr;
         while (st.count < 25) {
             if (in.atEnd()) return st.count < need ? lumStsOutOfBuffer : lumStsNoErr;
             const uint32_t byte = in.next();
@@ -56,16 +49,24 @@ struct NarrowReader {
                     if (in.atEnd()) return lumStsOutOfBuffer;
                     const uint32_t b = in.next();
                     if (b == 0) break;
-                    if (b != 0xFF) {
+                    if (b != 0xFF || !passFillBytes) {
                         *in.pMarker = static_cast<Lum32s>(b);
+                        static_cast<Derived&>(*this).noteMarker();
                         return lumStsJpegMarkerMet;
                     }
                 }
             }
-            st.acc = static_cast<uint32_t>(st.acc << 8) | byte;
-            st.count += 8;
+            static_cast<Derived&>(*this).append(byte);
         }
         return lumStsNoErr;
+    }
+
+    // Once a marker has been met no byte is taken and no zero is made up.
+    bool markerStands(int32_t need, LumStatus& status) const
+    {
+        if (*in.pMarker == 0) return false;
+        status = need > st.count ? lumStsOutOfBuffer : lumStsNoErr;
+        return true;
     }
 
     // FillBits(n) only where fewer than n bits are held; a status it gives that is not an error
@@ -73,9 +74,39 @@ struct NarrowReader {
     LumStatus need(int32_t n, LumStatus* result)
     {
         if (st.count >= n) return lumStsNoErr;
-        const LumStatus s = fill(n);
+        const LumStatus s = static_cast<Derived&>(*this).fill(n);
         if (s >= 0 && result != nullptr) *result = s;
         return s;
+    }
+};
+
+// Narrow form: bits right-justified, the next one at bit count - 1; at most 32 are read ahead, and
+// each byte taken clears the high word.
+template <typename Tier>
+struct NarrowReader : ReaderBase<NarrowReader<Tier>> {
+    using ReaderBase<NarrowReader<Tier>>::ReaderBase;
+    using ReaderBase<NarrowReader<Tier>>::in;
+    using ReaderBase<NarrowReader<Tier>>::st;
+
+    void save(Lum32s* pSrcPos, LumDecodeHuffmanState* state) const
+    {
+        *pSrcPos = in.pos;
+        storeState(state, st);
+    }
+
+    void append(uint32_t byte)
+    {
+        st.acc = static_cast<uint32_t>(st.acc << 8) | byte;
+        st.count += 8;
+    }
+    void noteMarker() {}
+
+    // FillBits: tops the accumulator up to 25 bits or more, passing fill bytes over.
+    LumStatus fill(int32_t need)
+    {
+        LumStatus status;
+        if (this->markerStands(need, status)) return status;
+        return this->fillBytewise(need, true);
     }
 
     // The next n bits (0..16). Fewer are held only when a marker cut the stream in the middle of a
@@ -150,17 +181,29 @@ static inline uint64_t loadBigEndian64(const Lum8u* p)
     return __builtin_bswap64(w);
 }
 
+// Appends to a left-justified accumulator as many whole bytes of w, eight bytes in stream order, as
+// fit behind the pending count rounded up to a byte; returns how many it took.
+static inline int32_t appendWholeBytes(uint64_t& acc, int32_t& count, uint64_t w)
+{
+    const int32_t taken = 64 - ((count + 7) & ~7);
+    if (taken <= 0) return 0;
+    const uint64_t bytes = taken == 64 ? w : (w >> (64 - taken)) << (64 - taken);
+    acc |= bytes >> count;
+    count += taken;
+    return taken / 8;
+}
+
 // Wide form: up to 64 bits, left-justified during the call (the next bit is bit 63, bits below the
 // count are 0) and right-justified in the record. Eight bytes at a time where none is 0xFF; a 0xFF
 // followed by anything but 0x00 is a marker, 0xFF included. A marker met during the call makes
 // the call's status lumStsJpegMarkerMet unless it fails.
 template <typename Tier>
-struct WideReader {
-    Source in;
-    StateFields st;
+struct WideReader : ReaderBase<WideReader<Tier>> {
+    using ReaderBase<WideReader<Tier>>::in;
+    using ReaderBase<WideReader<Tier>>::st;
     bool markerMet = false;
 
-    WideReader(Source source, const LumDecodeHuffmanState* state) : in(source), st(loadState(state))
+    WideReader(Source source, const LumDecodeHuffmanState* state) : ReaderBase<WideReader<Tier>>(source, state)
     {
         st.acc = st.count == 0 ? 0 : st.acc << (64 - st.count);
     }
@@ -173,47 +216,25 @@ struct WideReader {
         storeState(state, out);
     }
 
+    void append(uint32_t byte)
+    {
+        st.acc |= static_cast<uint64_t>(byte) << (56 - st.count);
+        st.count += 8;
+    }
+    void noteMarker() { markerMet = true; }
+
     LumStatus fill(int32_t need)
     {
-        if (*in.pMarker != 0) return need > st.count ? lumStsOutOfBuffer : lumStsNoErr;
+        LumStatus status;
+        if (this->markerStands(need, status)) return status;
         if (!in.atEnd() && in.srcLen - static_cast<uint32_t>(in.pos) >= 8) {
             const uint64_t w = loadBigEndian64(in.src + in.pos);
             if (!hasFF(w)) {
-                // Whole bytes only: the pending count rounded up to a byte leaves room for the rest.
-                const int32_t taken = 64 - ((st.count + 7) & ~7);
-                if (taken > 0) {
-                    const uint64_t bytes = taken == 64 ? w : (w >> (64 - taken)) << (64 - taken);
-                    st.acc |= bytes >> st.count;
-                    st.count += taken;
-                    in.pos += taken / 8;
-                }
+                in.pos += appendWholeBytes(st.acc, st.count, w);
                 return lumStsNoErr;
             }
         }
-        while (st.count <= 24) {
-            if (in.atEnd()) return st.count < need ? lumStsOutOfBuffer : lumStsNoErr;
-            const uint32_t byte = in.next();
-            if (byte == 0xFF) {
-                if (in.atEnd()) return lumStsOutOfBuffer;
-                const uint32_t b = in.next();
-                if (b != 0) {
-                    *in.pMarker = static_cast<Lum32s>(b);
-                    markerMet = true;
-                    return lumStsJpegMarkerMet;
-                }
-            }
-            st.acc |= static_cast<uint64_t>(byte) << (56 - st.count);
-            st.count += 8;
-        }
-        return lumStsNoErr;
-    }
-
-    LumStatus need(int32_t n, LumStatus* result)
-    {
-        if (st.count >= n) return lumStsNoErr;
-        const LumStatus s = fill(n);
-        if (s >= 0 && result != nullptr) *result = s;
-        return s;
+        return this->fillBytewise(need, false);
     }
 
     // As the narrow take: missing bits after a marker read as 0, the bits below the count being 0.

@@ -26,15 +26,22 @@ static inline void storeDc(Lum16s* p, Lum16s v) { storeAt(p, 0, v); }
 static inline int32_t runOf(uint32_t symbol) { return static_cast<int32_t>(symbol >> 4) & 15; }
 static inline int32_t sizeOf(uint32_t symbol) { return static_cast<int32_t>(symbol) & 15; }
 
-// A DC difference of the symbol's low four bits, added to the predictor in 16 bits.
+// The DC coefficient: a difference of the symbol's low four bits added to the predictor in 16
+// bits, then the predictor shifted left by Al into the block. A fill for the difference that is
+// not an error becomes the current result, where the caller keeps one.
 template <typename Reader>
-LumStatus addDcDifference(Reader& rd, uint32_t symbol, Lum16s* pLastDc, LumStatus* result)
+LumStatus decodeDc(Reader& rd, Lum8u* block, Lum16s* pLastDc, int32_t Al, SpecView dc, LumStatus* result)
 {
-    if (symbol == 0) return lumStsNoErr;
-    const int32_t s = sizeOf(symbol);
-    const LumStatus st = rd.need(s, result);
+    uint32_t symbol;
+    LumStatus st = rd.decodeSymbol(dc, symbol);
     if (st < 0) return st;
-    storeDc(pLastDc, wrap16(loadDc(pLastDc) + extendValue(rd.take(s), s)));
+    if (symbol != 0) {
+        const int32_t s = sizeOf(symbol);
+        st = rd.need(s, result);
+        if (st < 0) return st;
+        storeDc(pLastDc, wrap16(loadDc(pLastDc) + extendValue(rd.take(s), s)));
+    }
+    storeCoef(block, 0, static_cast<int32_t>(static_cast<uint32_t>(loadDc(pLastDc)) << Al));
     return lumStsNoErr;
 }
 
@@ -43,17 +50,14 @@ LumStatus addDcDifference(Reader& rd, uint32_t symbol, Lum16s* pLastDc, LumStatu
 template <typename Reader>
 LumStatus decodeSequentialPlain(Reader& rd, Lum8u* block, Lum16s* pLastDc, SpecView dc, SpecView ac)
 {
-    uint32_t symbol;
-    LumStatus st = rd.decodeSymbol(dc, symbol);
+    LumStatus st = decodeDc(rd, block, pLastDc, 0, dc, nullptr);
     if (st < 0) return st;
-    st = addDcDifference(rd, symbol, pLastDc, nullptr);
-    if (st < 0) return st;
-    storeCoef(block, 0, loadDc(pLastDc));
 
     LumStatus result = lumStsNoErr;
     int32_t left = 63;
     int32_t k = 1;
     do {
+        uint32_t symbol;
         st = rd.decodeSymbol(ac, symbol);
         if (st < 0) return st;
         result = lumStsNoErr;
@@ -82,14 +86,9 @@ LumStatus decodeSequentialPlain(Reader& rd, Lum8u* block, Lum16s* pLastDc, SpecV
 template <typename Reader>
 LumStatus decodeDcFirst(Reader& rd, Lum8u* block, Lum16s* pLastDc, int32_t Al, SpecView dc)
 {
-    uint32_t symbol;
-    LumStatus st = rd.decodeSymbol(dc, symbol);
-    if (st < 0) return st;
     LumStatus result = lumStsNoErr;
-    st = addDcDifference(rd, symbol, pLastDc, &result);
-    if (st < 0) return st;
-    storeCoef(block, 0, static_cast<int32_t>(static_cast<uint32_t>(loadDc(pLastDc)) << Al));
-    return result;
+    const LumStatus st = decodeDc(rd, block, pLastDc, Al, dc, &result);
+    return st < 0 ? st : result;
 }
 
 template <typename Reader>

@@ -52,11 +52,7 @@ struct FastReader {
         if (srcLen - pos < 8) return false;
         const uint64_t w = loadBigEndian64(src + pos);
         if (!hasFF(w)) {
-            const int32_t taken = 64 - ((count + 7) & ~7);
-            const uint64_t bytes = taken == 64 ? w : (w >> (64 - taken)) << (64 - taken);
-            acc |= bytes >> count;
-            count += taken;
-            pos += taken / 8;
+            pos += appendWholeBytes(acc, count, w);
             return true;
         }
         while (count <= 24) {
