@@ -3,8 +3,6 @@
 // field goes through memcpy.
 #pragma once
 
-#include "jpeg/jpeg_tables.h"
-
 #include <lum.h>
 
 #include <cstddef>
@@ -176,11 +174,13 @@ static inline LumStatus checkProgressiveArgs(const void* pSrc, Lum32s srcLen,
     return lumStsNoErr;
 }
 
-// The EXTEND step on s bits (s is 0..15): a value whose top bit is clear is negative.
+// The EXTEND step on s bits (s is 0..15): a value whose top bit is clear gets ExtendTable[s],
+// 1 - 2^s, added. Written without a branch, as the sign of a coefficient is a coin toss: the mask
+// is 2^s - 1 exactly when bit s - 1 of v is clear.
 static inline int32_t extendValue(uint32_t v, int32_t s)
 {
-    if (s == 0 || (v >> (s - 1)) != 0) return static_cast<int32_t>(v);
-    return static_cast<int32_t>(v) + ExtendTable[static_cast<size_t>(s)];
+    const uint32_t topBit = (v << 1) >> s;
+    return static_cast<int32_t>(v - ((topBit - 1) & ((1u << s) - 1)));
 }
 
 }  // namespace lum::hdec
