@@ -1,7 +1,7 @@
 // Robustness of the Huffman decoders on corrupt streams, in every tier: truncated, bit-flipped and
 // random segments, and random tables, over-subscribed ones included. Every stream ends against a
-// PROT_NONE page, every block sits between canary bytes, and every status is one of the documented
-// three. The number of calls is fixed, so a decoder that looped would show as a timeout.
+// PROT_NONE page, every block sits between canary bytes, and every status is one of the three a
+// stream may give. The number of calls is fixed, so a decoder that looped would show as a timeout.
 #include "huffman_dec_scan.h"
 #include "huffman_dec_support.h"
 #include "jpeg_file.h"

@@ -102,7 +102,7 @@ TEST_P(HuffDecRecords, SpecInitChecksPointersAndTheCodeCount)
     EXPECT_EQ(lumiDecodeHuffmanSpecInit_JPEG_8u(t.bits.data(), t.vals.data(), nullptr), lumStsNullPointer);
     EXPECT_TRUE(buf.guardsIntact());
 
-    // 257 codes: refused, and the spec is all zero.
+    // 257 codes: refused, and the record is all zero.
     std::vector<uint8_t> vals(257, 7);
     std::array<uint8_t, 16> bits{};
     bits[8] = 200;

@@ -2,8 +2,8 @@
 // tables in the DHT layout (16 counts, then the symbols) and the entropy-coded bytes. Every tier's
 // variant decodes the same stream block after block, as a caller that steps over markers would;
 // the stream sits in a heap block of exactly its size and each coefficient block in one of exactly
-// 128 bytes, so that AddressSanitizer sees any access outside. A status outside the documented set
-// aborts.
+// 128 bytes, so that AddressSanitizer sees any access outside. A status other than the three a
+// stream may give aborts.
 #pragma once
 
 #include "frame/dispatch.h"
