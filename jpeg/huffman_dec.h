@@ -42,6 +42,9 @@ static_assert(offsetof(LumDecodeHuffmanState, coefsLeft) == 16);
 static_assert(offsetof(LumDecodeHuffmanState, reserved) == 20);
 
 namespace lum::hdec {
+// Internal linkage throughout, here and in the other huffman_dec headers: they are compiled for
+// the baseline and for SSE3, and copies must never merge.
+namespace {
 
 inline constexpr Lum32s kSpecSize = sizeof(LumDecodeHuffmanSpec);
 inline constexpr Lum32s kStateSize = sizeof(LumDecodeHuffmanState);
@@ -183,4 +186,5 @@ static inline int32_t extendValue(uint32_t v, int32_t s)
     return static_cast<int32_t>(v - ((topBit - 1) & ((1u << s) - 1)));
 }
 
+}  // namespace
 }  // namespace lum::hdec

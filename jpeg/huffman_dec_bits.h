@@ -15,6 +15,7 @@
 #include <cstring>
 
 namespace lum::hdec {
+namespace {
 
 // Where the stream comes from, shared by both readers. The position is compared unsigned, so a
 // position outside 0..srcLen reads as the buffer's end and nothing outside it is touched.
@@ -285,4 +286,5 @@ struct WideReader : ReaderBase<WideReader<Tier>> {
     LumStatus finish(LumStatus) const { return markerMet ? lumStsJpegMarkerMet : lumStsNoErr; }
 };
 
+}  // namespace
 }  // namespace lum::hdec

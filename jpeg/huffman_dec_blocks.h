@@ -13,6 +13,7 @@
 #include <cstdint>
 
 namespace lum::hdec {
+namespace {
 
 template <typename Reader>
 inline constexpr bool kEndsRunPastBand = false;
@@ -206,4 +207,5 @@ LumStatus decodeAcRefine(Reader& rd, Lum8u* block, ScanParams scan, SpecView ac)
     return rd.finish(result);
 }
 
+}  // namespace
 }  // namespace lum::hdec

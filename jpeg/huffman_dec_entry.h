@@ -15,6 +15,7 @@
 #include <cstdint>
 
 namespace lum::hdec {
+namespace {
 
 template <typename Tier>
 LumStatus specInit(const Lum8u* pBits, const Lum8u* pVals, LumDecodeHuffmanSpec* pSpec)
@@ -154,6 +155,7 @@ LumStatus decodeAcEntry(const Lum8u* pSrc, Lum32s srcLen, Lum32s* pSrcPos, Lum16
     });
 }
 
+}  // namespace
 }  // namespace lum::hdec
 
 // The variants of one tier, each forwarding to its body above with the tier's tag. GetBufSize and

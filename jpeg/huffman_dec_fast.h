@@ -13,6 +13,7 @@
 #include <cstdint>
 
 namespace lum::hdec {
+namespace {
 
 // Natural index of the coefficient at countdown position kk = 63 - k.
 inline constexpr std::array<uint8_t, 64> kReverseZigzag = [] {
@@ -165,4 +166,5 @@ bool decodeBlockFast(const Lum8u* pSrc, Lum32s srcLen, Lum32s* pSrcPos, Lum8u* b
     return true;
 }
 
+}  // namespace
 }  // namespace lum::hdec
