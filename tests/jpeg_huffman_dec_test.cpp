@@ -761,7 +761,7 @@ TEST_P(HuffDecSequential, OutOfBufferKeepsWhatWasDecoded)
     int dc = 0;
     putBlock(bs, t, block, dc);
     std::vector<uint8_t> bytes = bs.bytes();
-    bytes.resize(bytes.size() - 1);  // the last byte holds the EOB
+    bytes.pop_back();  // the last byte holds the EOB
     Session s(bytes);
     std::array<Lum16s, 64> out = decodeOne(s, t, lumStsOutOfBuffer);
     EXPECT_EQ(s.lastDc, 5);
