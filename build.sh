@@ -6,12 +6,14 @@
 #   ./build.sh tsan       the threading tests under ThreadSanitizer
 #   ./build.sh clang      the test suite built with clang, warnings as errors
 #   ./build.sh bench      build and run the benchmarks
+#   ./build.sh fuzz       the libFuzzer targets (clang 14, ASan and UBSan), each for LUM_FUZZ_SECONDS
+#                         (default 60); any finding fails
 set -euo pipefail
 cd "$(dirname "$0")"
 mode=${1:-test}
 jobs=$(nproc 2>/dev/null || echo 2)
 
-packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev libopencv-dev libyuv-dev libjpeg62-turbo-dev libturbojpeg0-dev libjpeg-turbo-progs imagemagick)
+packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev libopencv-dev libyuv-dev libjpeg62-turbo-dev libturbojpeg0-dev libjpeg-turbo-progs imagemagick clang libclang-rt-14-dev)
 [ "$mode" = clang ] && packages+=(clang)
 missing=()
 for p in "${packages[@]}"; do
@@ -67,8 +69,23 @@ bench)
     cmake --build build -j "$jobs"
     for b in build/bench/bench_*; do "$b" --benchmark_min_time=0.2; done
     ;;
+fuzz)
+    CC=clang-14 CXX=clang++-14 cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=Release -DLUM_SANITIZE=ON -DLUM_FUZZ=ON \
+        -DLUM_BUILD_BENCH=OFF
+    cmake --build build-fuzz -j "$jobs" --target lum-fuzz
+    corpus=build-fuzz/fuzz-corpus
+    rm -rf "$corpus"
+    build-fuzz/tests/fuzz/fuzz_hdec_make_seeds tests/data/jpeg "$corpus/seeds"
+    for target in sequential dc ac_first ac_refine; do
+        mkdir -p "$corpus/$target"
+        echo "fuzzing $target for ${LUM_FUZZ_SECONDS:-60} s"
+        build-fuzz/tests/fuzz/fuzz_hdec_$target -max_total_time="${LUM_FUZZ_SECONDS:-60}" -timeout=10 \
+            -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="build-fuzz/crash-$target-" \
+            "$corpus/$target" "$corpus/seeds/$target"
+    done
+    ;;
 *)
-    echo "usage: $0 demo|test|sanitize|tsan|clang|bench" >&2
+    echo "usage: $0 demo|test|sanitize|tsan|clang|bench|fuzz" >&2
     exit 2
     ;;
 esac

@@ -100,7 +100,7 @@ std::vector<uint8_t> compress(const std::vector<uint8_t>& px, int w, int h, int 
 Image makeImage(int quality)
 {
     int w = 0, h = 0;
-    const auto px = decodePixels(lumtest::readFileBytes(LUM_SOURCE_DIR "/tests/data/gen_q85_422_restart7mcu_opt.jpg"),
+    const auto px = decodePixels(lumtest::readFileBytes(LUM_SOURCE_DIR "/tests/data/jpeg/gen_q85_422_restart7mcu_opt.jpg"),
                                  w, h);
     Image img;
     img.jpeg = compress(px, w, h, quality);

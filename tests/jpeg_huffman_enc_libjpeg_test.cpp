@@ -51,7 +51,7 @@ const Loaded& load(const std::string& name)
     static std::map<std::string, Loaded> cache;
     auto it = cache.find(name);
     if (it == cache.end()) {
-        const auto bytes = readFileBytes(LUM_SOURCE_DIR "/tests/data/" + name);
+        const auto bytes = readFileBytes(LUM_SOURCE_DIR "/tests/data/jpeg/" + name);
         it = cache.emplace(name, Loaded{parseJpeg(bytes), readCoefficients(bytes)}).first;
     }
     return it->second;
