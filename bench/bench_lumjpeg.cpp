@@ -4,7 +4,6 @@
 // the two SSE2 tiers a processor of today selects, t7 and w7.
 #include <benchmark/benchmark.h>
 
-#ifdef LUMJPEG_HAVE_CODEC
 #include <lum.h>
 #include <turbojpeg.h>
 
@@ -186,6 +185,5 @@ void registerAll()
 const int kRegistered = (registerAll(), 0);
 
 }  // namespace
-#endif  // LUMJPEG_HAVE_CODEC
 
 BENCHMARK_MAIN();

@@ -5,7 +5,6 @@
 // unsupported ones must be refused by name, and damaged input must end in an error or an image.
 #include <gtest/gtest.h>
 
-#ifdef LUMJPEG_HAVE_CODEC
 #include <jpeglib.h>
 
 #include <csetjmp>
@@ -383,4 +382,3 @@ TEST(LumjpegTool, EncodeDecodeAndExitStatuses)
 }
 
 }  // namespace
-#endif  // LUMJPEG_HAVE_CODEC

@@ -15,11 +15,9 @@
 
 #include "image.h"
 #include "info.h"
-#include "jpeg_markers.h"
-#ifdef LUMJPEG_HAVE_CODEC
 #include "codec.h"
 #include "demo.h"
-#endif
+#include "jpeg_markers.h"
 
 namespace {
 
@@ -40,7 +38,6 @@ int info(const std::vector<std::string>& args)
     return 0;
 }
 
-#ifdef LUMJPEG_HAVE_CODEC
 int parseNumber(const std::string& text, int lo, int hi, const char* what)
 {
     char* end = nullptr;
@@ -108,7 +105,6 @@ int demo(const std::vector<std::string>& args)
     }
     return runDemo(photo, out);
 }
-#endif
 
 int run(int argc, char** argv)
 {
@@ -117,11 +113,9 @@ int run(int argc, char** argv)
     const std::string command = argc > 1 ? argv[1] : "demo";
     const std::vector<std::string> args(argv + (argc > 1 ? 2 : 1), argv + argc);
     if (command == "info") return info(args);
-#ifdef LUMJPEG_HAVE_CODEC
     if (command == "encode") return encode(args);
     if (command == "decode") return decode(args);
     if (command == "demo") return demo(args);
-#endif
     if (command == "-h" || command == "--help" || command == "help") {
         std::fputs(kUsage, stdout);
         return 0;
