@@ -84,8 +84,9 @@ public:
             capacity_ = bound;
         }
         unsigned long size = capacity_;
-        if (tjCompress2(handle_, img.pixels.data(), img.width, 0, img.height, TJPF_RGB, &buffer_, &size, s.tjSampling,
-                        s.quality, TJFLAG_NOREALLOC | (s.progressive ? TJFLAG_PROGRESSIVE : 0)) != 0)
+        if (tjCompress2(handle_, img.pixels.data(), img.width, 0, img.height, TJPF_RGB, &buffer_, &size,
+                        s.tjSampling, s.quality,
+                        TJFLAG_NOREALLOC | (s.progressive ? TJFLAG_PROGRESSIVE : 0)) != 0)
             throw std::runtime_error(tjGetErrorStr2(handle_));
         return size;
     }

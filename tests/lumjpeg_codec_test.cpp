@@ -90,7 +90,8 @@ bool libjpegDecode(const std::vector<uint8_t>& bytes, Image* out)
     jpeg_read_header(&cinfo, TRUE);
     cinfo.dct_method = JDCT_ISLOW;
     cinfo.do_fancy_upsampling = FALSE;
-    if (cinfo.jpeg_color_space == JCS_CMYK || cinfo.jpeg_color_space == JCS_YCCK) cinfo.out_color_space = JCS_CMYK;
+    if (cinfo.jpeg_color_space == JCS_CMYK || cinfo.jpeg_color_space == JCS_YCCK)
+        cinfo.out_color_space = JCS_CMYK;
     jpeg_start_decompress(&cinfo);
     *out = Image(static_cast<int>(cinfo.output_width), static_cast<int>(cinfo.output_height),
                  cinfo.output_components);
@@ -117,8 +118,9 @@ std::string describe(const EncodeCase& c)
 {
     const char* s = c.sampling == Sampling::S444 ? "444" : c.sampling == Sampling::S422 ? "422" : "420";
     return std::to_string(c.width) + "x" + std::to_string(c.height) + (c.channels == 1 ? " grey" : " ") +
-           (c.channels == 1 ? "" : s) + " q" + std::to_string(c.quality) + (c.progressive ? " progressive" : "") +
-           (c.optimize ? " optimize" : "") + (c.restart ? " restart " + std::to_string(c.restart) : "");
+           (c.channels == 1 ? "" : s) + " q" + std::to_string(c.quality) +
+           (c.progressive ? " progressive" : "") + (c.optimize ? " optimize" : "") +
+           (c.restart ? " restart " + std::to_string(c.restart) : "");
 }
 
 std::vector<EncodeCase> encodeMatrix()
@@ -145,7 +147,9 @@ std::string cjpegOptions(const EncodeCase& c)
 {
     std::string o = "-dct int -quality " + std::to_string(c.quality);
     if (c.channels == 3)
-        o += c.sampling == Sampling::S444 ? " -sample 1x1" : c.sampling == Sampling::S422 ? " -sample 2x1" : " -sample 2x2";
+        o += c.sampling == Sampling::S444   ? " -sample 1x1"
+             : c.sampling == Sampling::S422 ? " -sample 2x1"
+                                            : " -sample 2x2";
     if (c.progressive) o += " -progressive";
     if (c.optimize) o += " -optimize";
     if (c.restart) o += " -restart " + std::to_string(c.restart) + "B";
@@ -185,7 +189,8 @@ TEST_P(LumjpegEncode, DecodesInDjpegAsWellAsCjpegsFileAndCarriesTheMeantSegments
     options.restartInterval = c.restart;
     const std::string mine = dir.file("mine.jpg"), theirs = dir.file("theirs.jpg");
     lumjpeg::writeFile(mine, lumjpeg::encodeJpeg(source, options));
-    ASSERT_EQ(run("cjpeg " + cjpegOptions(c) + " -outfile " + quoted(theirs) + " " + quoted(src)).exitCode, 0);
+    ASSERT_EQ(run("cjpeg " + cjpegOptions(c) + " -outfile " + quoted(theirs) + " " + quoted(src)).exitCode,
+              0);
 
     const double psnrMine = lumjpeg::psnr(source, djpegClean(mine, dir.file("mine.pnm")));
     const double psnrTheirs = lumjpeg::psnr(source, djpegClean(theirs, dir.file("theirs.pnm")));
@@ -198,8 +203,8 @@ TEST_P(LumjpegEncode, DecodesInDjpegAsWellAsCjpegsFileAndCarriesTheMeantSegments
 
     // djpeg's trace shows the frame, the sampling, the restart interval and the scans meant.
     const std::string trace = run("djpeg -verbose -outfile /dev/null " + quoted(mine)).output;
-    EXPECT_NE(trace.find(std::string("Start Of Frame 0x") + (c.progressive ? "c2" : "c0") + ": width=" +
-                         std::to_string(c.width) + ", height=" + std::to_string(c.height) +
+    EXPECT_NE(trace.find(std::string("Start Of Frame 0x") + (c.progressive ? "c2" : "c0") +
+                         ": width=" + std::to_string(c.width) + ", height=" + std::to_string(c.height) +
                          ", components=" + std::to_string(c.channels)),
               std::string::npos)
         << trace;
@@ -210,15 +215,16 @@ TEST_P(LumjpegEncode, DecodesInDjpegAsWellAsCjpegsFileAndCarriesTheMeantSegments
     if (c.channels == 3) {
         EXPECT_NE(trace.find("Component 3: 1hx1v q=1"), std::string::npos) << trace;
     }
-    EXPECT_EQ(trace.find("Define Restart Interval " + std::to_string(c.restart)) != std::string::npos, c.restart != 0);
+    EXPECT_EQ(trace.find("Define Restart Interval " + std::to_string(c.restart)) != std::string::npos,
+              c.restart != 0);
     std::vector<std::string> scans;
     for (const std::string& line : lines(trace))
         if (line.find("Ss=") != std::string::npos) scans.push_back(line.substr(line.find("Ss=")));
     std::vector<std::string> meant;
     if (c.progressive) {
         for (const lumjpeg::ScanSpec& s : lumjpeg::progressiveScript(c.channels))
-            meant.push_back("Ss=" + std::to_string(s.ss) + ", Se=" + std::to_string(s.se) + ", Ah=" +
-                            std::to_string(s.ah) + ", Al=" + std::to_string(s.al));
+            meant.push_back("Ss=" + std::to_string(s.ss) + ", Se=" + std::to_string(s.se) +
+                            ", Ah=" + std::to_string(s.ah) + ", Al=" + std::to_string(s.al));
     } else {
         meant.push_back("Ss=0, Se=63, Ah=0, Al=0");
     }
@@ -227,8 +233,9 @@ TEST_P(LumjpegEncode, DecodesInDjpegAsWellAsCjpegsFileAndCarriesTheMeantSegments
     // identify reads the same geometry, sampling and interlace, and recognises the quality of the tables.
     const std::string id =
         run("identify -format '%w %h %[jpeg:sampling-factor] %[interlace] %Q\\n' " + quoted(mine)).output;
-    const std::string sampling = c.channels == 1 ? "1x1" : std::string(lumaSampling).substr(0, 1) + "x" +
-                                                               std::string(lumaSampling).substr(3, 1) + ",1x1,1x1";
+    const std::string sampling = c.channels == 1 ? "1x1"
+                                                 : std::string(lumaSampling).substr(0, 1) + "x" +
+                                                       std::string(lumaSampling).substr(3, 1) + ",1x1,1x1";
     EXPECT_EQ(id, std::to_string(c.width) + " " + std::to_string(c.height) + " " + sampling + " " +
                       (c.progressive ? "JPEG" : "None") + " " + std::to_string(c.quality) + "\n");
 }
@@ -289,7 +296,8 @@ TEST_F(LumjpegDecode, DamagedFilesEndInAnErrorOrAnImage)
         const std::vector<uint8_t> bytes = lumjpeg::readFile(f.path);
         try {
             const lumjpeg::DecodeResult r = lumjpeg::decodeJpeg(guardedCopy(bytes)->data(), bytes.size());
-            EXPECT_EQ(r.image.pixels.size(), static_cast<size_t>(r.image.width) * r.image.height * r.image.channels);
+            EXPECT_EQ(r.image.pixels.size(),
+                      static_cast<size_t>(r.image.width) * r.image.height * r.image.channels);
             ++images;
         } catch (const lumjpeg::Error&) {
             ++errors;
@@ -316,10 +324,13 @@ TEST_F(LumjpegDecode, TruncatedFlippedAndRandomStreamsNeverCrash)
                              "gen_q85_420_progressive_restart1row.jpg", "gen_gray_q60_restart3mcu.jpg",
                              "gen_cmyk_q90_restart1row.jpg"}) {
         const std::vector<uint8_t> bytes = lumjpeg::readFile(testDataDir() + "/" + name);
-        for (int i = 0; i < 12; ++i) attempt(std::vector<uint8_t>(bytes.begin(), bytes.begin() + static_cast<long>(rng() % bytes.size())));
+        for (int i = 0; i < 12; ++i)
+            attempt(
+                std::vector<uint8_t>(bytes.begin(), bytes.begin() + static_cast<long>(rng() % bytes.size())));
         for (int i = 0; i < 24; ++i) {
             std::vector<uint8_t> b = bytes;
-            for (int k = 0; k < 1 + i % 5; ++k) b[rng() % b.size()] ^= static_cast<uint8_t>(1u << (rng() % 8));
+            for (int k = 0; k < 1 + i % 5; ++k)
+                b[rng() % b.size()] ^= static_cast<uint8_t>(1u << (rng() % 8));
             attempt(b);
         }
     }
@@ -367,16 +378,20 @@ TEST(LumjpegTool, EncodeDecodeAndExitStatuses)
     ScratchDir dir("tool");
     const std::string ppm = dir.file("in.ppm"), jpg = dir.file("out.jpg"), back = dir.file("back.ppm");
     lumjpeg::writeFile(ppm, lumjpeg::formatPnm(sceneOfSize(64, 48, 3)));
-    EXPECT_EQ(run(lumjpegTool() + " encode " + ppm + " " + jpg + " --quality 90 --sampling 422 --restart 2").exitCode, 0);
+    EXPECT_EQ(run(lumjpegTool() + " encode " + ppm + " " + jpg + " --quality 90 --sampling 422 --restart 2")
+                  .exitCode,
+              0);
     EXPECT_EQ(run(lumjpegTool() + " decode " + jpg + " " + back).exitCode, 0);
     EXPECT_EQ(readPnmFile(back).width, 64);
     const CommandResult bad = run(lumjpegTool() + " encode " + ppm + " " + jpg + " --quality 0");
     EXPECT_EQ(bad.exitCode, 1);
     EXPECT_EQ(lines(bad.output).size(), 1u);
-    const CommandResult unsupported = run(lumjpegTool() + " decode " + testDataDir() + "/unsupported/gen_arith_q85_420.jpg " + back);
+    const CommandResult unsupported =
+        run(lumjpegTool() + " decode " + testDataDir() + "/unsupported/gen_arith_q85_420.jpg " + back);
     EXPECT_EQ(unsupported.exitCode, 1);
     EXPECT_EQ(unsupported.output, "lumjpeg: unsupported JPEG process: arithmetic coding (SOF9)\n");
-    const CommandResult damaged = run(lumjpegTool() + " decode " + testDataDir() + "/corrupt/gen_bad_trunc_half_entropy.jpg " + back);
+    const CommandResult damaged =
+        run(lumjpegTool() + " decode " + testDataDir() + "/corrupt/gen_bad_trunc_half_entropy.jpg " + back);
     EXPECT_EQ(damaged.exitCode, 2) << damaged.output;
     EXPECT_NE(damaged.output.find("lumjpeg: warning: "), std::string::npos);
 }

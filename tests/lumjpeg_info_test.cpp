@@ -34,8 +34,8 @@ std::vector<std::string> factsFromDjpeg(const std::string& trace)
             facts.push_back("frame " + std::string(sof) + " " + std::to_string(a) + "x" + std::to_string(b) +
                             " components " + std::to_string(c));
         } else if (std::sscanf(l, " Component %d: %dhx%dv q=%d", &a, &b, &c, &d) == 4) {
-            facts.push_back("component " + std::to_string(a) + " " + std::to_string(b) + "x" + std::to_string(c) +
-                            " q" + std::to_string(d));
+            facts.push_back("component " + std::to_string(a) + " " + std::to_string(b) + "x" +
+                            std::to_string(c) + " q" + std::to_string(d));
         } else if (std::sscanf(l, "Define Quantization Table %d precision %d", &a, &b) == 2) {
             facts.push_back("table Q " + std::to_string(a) + " " + (b == 0 ? "8" : "16"));
         } else if (std::sscanf(l, "Define Huffman Table 0x%x", &x) == 1) {
@@ -50,8 +50,9 @@ std::vector<std::string> factsFromDjpeg(const std::string& trace)
             scanDc += sep + std::to_string(b);
             scanAc += sep + std::to_string(c);
         } else if (std::sscanf(l, " Ss=%d, Se=%d, Ah=%d, Al=%d", &a, &b, &c, &d) == 4) {
-            facts.push_back("scan " + scanIds + " dc " + scanDc + " ac " + scanAc + " ss " + std::to_string(a) +
-                            " se " + std::to_string(b) + " ah " + std::to_string(c) + " al " + std::to_string(d));
+            facts.push_back("scan " + scanIds + " dc " + scanDc + " ac " + scanAc + " ss " +
+                            std::to_string(a) + " se " + std::to_string(b) + " ah " + std::to_string(c) +
+                            " al " + std::to_string(d));
         }
     }
     return facts;
@@ -72,22 +73,26 @@ std::vector<std::string> factsFromInfo(const std::string& text)
             size = std::to_string(a) + "x" + std::to_string(b);
         } else if (std::sscanf(l, "components: %d", &a) == 1) {
             facts.push_back("frame " + sof + " " + size + " components " + std::to_string(a));
-        } else if (std::sscanf(l, " component %*d: id %d, sampling %dx%d, quantization table %d", &a, &b, &c, &d) == 4) {
-            facts.push_back("component " + std::to_string(a) + " " + std::to_string(b) + "x" + std::to_string(c) +
-                            " q" + std::to_string(d));
+        } else if (std::sscanf(l, " component %*d: id %d, sampling %dx%d, quantization table %d", &a, &b, &c,
+                               &d) == 4) {
+            facts.push_back("component " + std::to_string(a) + " " + std::to_string(b) + "x" +
+                            std::to_string(c) + " q" + std::to_string(d));
         } else if (std::sscanf(l, " quantization table %d: %d-bit", &a, &b) == 2) {
             facts.push_back("table Q " + std::to_string(a) + " " + std::to_string(b));
         } else if (std::sscanf(l, " Huffman table %3s %d:", cls, &a) == 2) {
-            facts.push_back(std::string("table ") + (std::string(cls) == "DC" ? "D " : "A ") + std::to_string(a));
+            facts.push_back(std::string("table ") + (std::string(cls) == "DC" ? "D " : "A ") +
+                            std::to_string(a));
         } else if (std::sscanf(l, "restart interval: %63[0-9,]", ids) == 1) {
             std::stringstream values(ids);
             std::string v;
             while (std::getline(values, v, ',')) facts.push_back("dri " + v);
-        } else if (std::sscanf(l, " scan %*d: components %63[0-9,] Ss %d Se %d Ah %d Al %d, DC tables %63[0-9,] AC tables %63[0-9,]",
+        } else if (std::sscanf(l,
+                               " scan %*d: components %63[0-9,] Ss %d Se %d Ah %d Al %d, DC tables %63[0-9,] "
+                               "AC tables %63[0-9,]",
                                ids, &a, &b, &c, &d, dc, ac) == 7) {
-            facts.push_back("scan " + trimCommas(ids) + " dc " + trimCommas(dc) + " ac " + trimCommas(ac) + " ss " +
-                            std::to_string(a) + " se " + std::to_string(b) + " ah " + std::to_string(c) + " al " +
-                            std::to_string(d));
+            facts.push_back("scan " + trimCommas(ids) + " dc " + trimCommas(dc) + " ac " + trimCommas(ac) +
+                            " ss " + std::to_string(a) + " se " + std::to_string(b) + " ah " +
+                            std::to_string(c) + " al " + std::to_string(d));
         }
     }
     return facts;
@@ -102,28 +107,34 @@ std::map<std::string, std::vector<std::string>> byKind(const std::vector<std::st
     return groups;
 }
 
-TEST(LumjpegInfo, AgreesWithTheDjpegTraceOnEveryValidFile)
+// Runs `lumjpeg info` on every corpus file of one class (at least `atLeast` of them) and hands the
+// file and the result to `check`.
+template <typename Check>
+void forEachInfo(const std::string& expect, size_t atLeast, Check check)
 {
-    const std::vector<CorpusFile> files = corpus("ok");
-    ASSERT_GE(files.size(), 50u);
+    const std::vector<CorpusFile> files = corpus(expect);
+    ASSERT_GE(files.size(), atLeast);
     for (const CorpusFile& f : files) {
         SCOPED_TRACE(f.path);
-        const CommandResult info = run(lumjpegTool() + " info " + quoted(f.path));
+        check(f, run(lumjpegTool() + " info " + quoted(f.path)));
+    }
+}
+
+TEST(LumjpegInfo, AgreesWithTheDjpegTraceOnEveryValidFile)
+{
+    forEachInfo("ok", 50, [](const CorpusFile& f, const CommandResult& info) {
         ASSERT_EQ(info.exitCode, 0) << info.output;
         const CommandResult trace = run("djpeg -verbose -outfile /dev/null " + quoted(f.path));
         ASSERT_EQ(trace.exitCode, 0);
         const auto mine = byKind(factsFromInfo(info.output));
-        const auto theirs = byKind(factsFromDjpeg(trace.output));
-        EXPECT_EQ(mine, theirs);
+        EXPECT_EQ(mine, byKind(factsFromDjpeg(trace.output)));
         EXPECT_EQ(mine.at("scan").size(), std::stoul(f["scans"]));
-    }
+    });
 }
 
 TEST(LumjpegInfo, AgreesWithIdentifyOnSizeSamplingAndInterlace)
 {
-    const std::vector<CorpusFile> files = corpus("ok");
-    for (const CorpusFile& f : files) {
-        SCOPED_TRACE(f.path);
+    forEachInfo("ok", 50, [](const CorpusFile& f, const CommandResult& info) {
         const CommandResult id =
             run("identify -format '%w %h %[jpeg:sampling-factor] %[interlace]\\n' " + quoted(f.path));
         ASSERT_EQ(id.exitCode, 0) << id.output;
@@ -133,33 +144,28 @@ TEST(LumjpegInfo, AgreesWithIdentifyOnSizeSamplingAndInterlace)
         for (const std::string& line : lines(id.output))
             if (std::sscanf(line.c_str(), "%d %d %63s %15s", &w, &h, sampling, interlace) == 4) break;
         ASSERT_GT(w, 0) << id.output;
-        const std::string info = run(lumjpegTool() + " info " + quoted(f.path)).output;
-        EXPECT_NE(info.find("\nsize: " + std::to_string(w) + "x" + std::to_string(h) + "\n"), std::string::npos) << info;
-        EXPECT_NE(info.find("\nsampling: " + std::string(sampling) + "\n"), std::string::npos) << info;
-        EXPECT_EQ(info.find("process: progressive") != std::string::npos, std::string(interlace) == "JPEG") << info;
-    }
+        const std::string& text = info.output;
+        EXPECT_NE(text.find("\nsize: " + std::to_string(w) + "x" + std::to_string(h) + "\n"),
+                  std::string::npos)
+            << text;
+        EXPECT_NE(text.find("\nsampling: " + std::string(sampling) + "\n"), std::string::npos) << text;
+        EXPECT_EQ(text.find("process: progressive") != std::string::npos, std::string(interlace) == "JPEG")
+            << text;
+    });
 }
 
 TEST(LumjpegInfo, UnsupportedFilesGiveOneLineAndFailure)
 {
-    const std::vector<CorpusFile> files = corpus("unsupported");
-    ASSERT_GE(files.size(), 3u);
-    for (const CorpusFile& f : files) {
-        SCOPED_TRACE(f.path);
-        const CommandResult r = run(lumjpegTool() + " info " + quoted(f.path));
+    forEachInfo("unsupported", 3, [](const CorpusFile&, const CommandResult& r) {
         EXPECT_EQ(r.exitCode, 1);
         ASSERT_EQ(lines(r.output).size(), 1u) << r.output;
         EXPECT_EQ(r.output.rfind("lumjpeg: unsupported JPEG", 0), 0u) << r.output;
-    }
+    });
 }
 
 TEST(LumjpegInfo, DamagedFilesGiveADescriptionOrOneLineOfError)
 {
-    const std::vector<CorpusFile> files = corpus("corrupt");
-    ASSERT_GE(files.size(), 20u);
-    for (const CorpusFile& f : files) {
-        SCOPED_TRACE(f.path);
-        const CommandResult r = run(lumjpegTool() + " info " + quoted(f.path));
+    forEachInfo("corrupt", 20, [](const CorpusFile&, const CommandResult& r) {
         if (r.exitCode == 0) {
             EXPECT_NE(r.output.find("\nscans: "), std::string::npos) << r.output;
         } else {
@@ -167,7 +173,7 @@ TEST(LumjpegInfo, DamagedFilesGiveADescriptionOrOneLineOfError)
             EXPECT_EQ(lines(r.output).size(), 1u) << r.output;
             EXPECT_EQ(r.output.rfind("lumjpeg: ", 0), 0u) << r.output;
         }
-    }
+    });
 }
 
 }  // namespace

@@ -146,7 +146,8 @@ TEST(LumjpegParser, RejectsUnsupportedProcessesByName)
             parseGuarded(readBytes(f.path));
             ADD_FAILURE() << f.name << " parsed";
         } catch (const lumjpeg::Error& e) {
-            EXPECT_EQ(std::string(e.what()).rfind("unsupported JPEG process: arithmetic coding", 0), 0u) << e.what();
+            EXPECT_EQ(std::string(e.what()).rfind("unsupported JPEG process: arithmetic coding", 0), 0u)
+                << e.what();
         }
     }
     EXPECT_EQ(seen, 3);
@@ -166,7 +167,8 @@ TEST(LumjpegParser, DamagedAndTruncatedHeadersFailCleanly)
             ++failed;
         }
     };
-    for (const char* name : {"gen_q85_420_progressive_restart1row.jpg", "gen_cmyk_q85.jpg", "gen_gray_q85.jpg"}) {
+    for (const char* name :
+         {"gen_q85_420_progressive_restart1row.jpg", "gen_cmyk_q85.jpg", "gen_gray_q85.jpg"}) {
         const std::vector<uint8_t> bytes = readBytes(testDataDir() + "/" + name);
         const size_t firstScan = parseGuarded(bytes).scans.at(0).headerOffset;
         for (size_t n = 0; n <= firstScan + 40; ++n)
@@ -191,7 +193,8 @@ TEST(LumjpegParser, DamagedAndTruncatedHeadersFailCleanly)
 TEST(LumjpegWriter, SegmentsReadBackThroughTheTestParser)
 {
     lumjpeg::JpegWriter w;
-    const std::vector<lumjpeg::FrameComponent> frame = {{1, 2, 2, 0, 2, 2}, {2, 1, 1, 1, 1, 1}, {3, 1, 1, 1, 1, 1}};
+    const std::vector<lumjpeg::FrameComponent> frame = {
+        {1, 2, 2, 0, 2, 2}, {2, 1, 1, 1, 1, 1}, {3, 1, 1, 1, 1, 1}};
     w.marker(0xD8);
     w.jfifApp0();
     w.quantTable(0, lumjpeg::standardLumaQuant());

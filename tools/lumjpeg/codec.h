@@ -15,8 +15,8 @@ struct EncodeOptions {
     int quality = 85;  // 1..100, scales the standard tables
     Sampling sampling = Sampling::S420;
     bool progressive = false;
-    bool optimize = false;     // tables fitted to the image; progressive files always have them
-    int restartInterval = 0;   // in MCUs, 0 for none
+    bool optimize = false;    // tables fitted to the image; progressive files always have them
+    int restartInterval = 0;  // in MCUs, 0 for none
 };
 
 // Encodes a grey (1 channel) or RGB (3 channel) image into a complete JPEG file.

@@ -30,17 +30,20 @@ F pick(McuForm form, F f444, F f422, F f411)
     return form == McuForm::F422 ? f422 : form == McuForm::F411 ? f411 : f444;
 }
 
-using DecoderSpec =
-    HuffmanSpec<LumDecodeHuffmanSpec, lumiDecodeHuffmanSpecGetBufSize_JPEG_8u, lumiDecodeHuffmanSpecInit_JPEG_8u>;
+using DecoderSpec = HuffmanSpec<LumDecodeHuffmanSpec, lumiDecodeHuffmanSpecGetBufSize_JPEG_8u,
+                                lumiDecodeHuffmanSpecInit_JPEG_8u>;
 
 int channelsOf(ColourModel m)
 {
     switch (m) {
-    case ColourModel::Grey: return 1;
-    case ColourModel::YCbCr:
-    case ColourModel::RGB: return 3;
-    case ColourModel::CMYK:
-    case ColourModel::YCCK: return 4;
+        case ColourModel::Grey:
+            return 1;
+        case ColourModel::YCbCr:
+        case ColourModel::RGB:
+            return 3;
+        case ColourModel::CMYK:
+        case ColourModel::YCCK:
+            return 4;
     }
     return 0;
 }
@@ -48,7 +51,10 @@ int channelsOf(ColourModel m)
 class Decoder {
 public:
     Decoder(const uint8_t* data, JpegStream stream, Image& out)
-        : data_(data), s_(std::move(stream)), model_(s_.colourModel()), out_(out),
+        : data_(data),
+          s_(std::move(stream)),
+          model_(s_.colourModel()),
+          out_(out),
           state_(lumiDecodeHuffmanStateGetBufSize_JPEG_8u)
     {
         form_ = chooseForm();
@@ -104,11 +110,13 @@ private:
             const int tq = s_.components[c].tq;
             const QuantTable* table = nullptr;
             for (const Scan& sc : s_.scans) {
-                const bool inScan = std::any_of(sc.components.begin(), sc.components.end(),
-                                                [&](const ScanComponent& x) { return x.component == static_cast<int>(c); });
+                const bool inScan =
+                    std::any_of(sc.components.begin(), sc.components.end(),
+                                [&](const ScanComponent& x) { return x.component == static_cast<int>(c); });
                 if (inScan) {
                     if (!sc.quant[static_cast<size_t>(tq)])
-                        throw Error("corrupt JPEG: quantization table " + std::to_string(tq) + " not defined");
+                        throw Error("corrupt JPEG: quantization table " + std::to_string(tq) +
+                                    " not defined");
                     table = &*sc.quant[static_cast<size_t>(tq)];
                     break;
                 }
@@ -141,7 +149,8 @@ private:
         scanIndex_ = index;
         kind_ = scanKind(s_.progressive(), sc.ss, sc.ah);
         const bool usesDc = kind_ == ScanKind::Sequential || kind_ == ScanKind::DcFirst;
-        const bool usesAc = kind_ == ScanKind::Sequential || kind_ == ScanKind::AcFirst || kind_ == ScanKind::AcRefine;
+        const bool usesAc =
+            kind_ == ScanKind::Sequential || kind_ == ScanKind::AcFirst || kind_ == ScanKind::AcRefine;
         for (const ScanComponent& x : sc.components) {
             const size_t c = static_cast<size_t>(x.component);
             dcSpec_[c].reset();
@@ -155,7 +164,8 @@ private:
     std::unique_ptr<DecoderSpec> buildSpec(const HuffmanSet& set, int id, const char* cls)
     {
         if (!set[static_cast<size_t>(id)])
-            throw Error(std::string("corrupt JPEG: Huffman table ") + cls + " " + std::to_string(id) + " not defined");
+            throw Error(std::string("corrupt JPEG: Huffman table ") + cls + " " + std::to_string(id) +
+                        " not defined");
         return std::make_unique<DecoderSpec>(*set[static_cast<size_t>(id)]);
     }
 
@@ -191,25 +201,26 @@ private:
         LumDecodeHuffmanState* st = state_.get();
         LumStatus status = lumStsNoErr;
         switch (kind_) {
-        case ScanKind::Sequential:
-            status = lumiDecodeHuffman8x8_JPEG_1u16s_C1(data_, end_, &pos_, block, &lastDc_[c], &marker_,
-                                                        dcSpec_[c]->get(), acSpec_[c]->get(), st);
-            break;
-        case ScanKind::DcFirst:
-            status = lumiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(data_, end_, &pos_, block, &lastDc_[c], &marker_,
-                                                                sc.al, dcSpec_[c]->get(), st);
-            break;
-        case ScanKind::DcRefine:
-            status = lumiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(data_, end_, &pos_, block, &marker_, sc.al, st);
-            break;
-        case ScanKind::AcFirst:
-            status = lumiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(data_, end_, &pos_, block, &marker_, sc.ss, sc.se,
-                                                                sc.al, acSpec_[c]->get(), st);
-            break;
-        case ScanKind::AcRefine:
-            status = lumiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(data_, end_, &pos_, block, &marker_, sc.ss, sc.se,
-                                                                 sc.al, acSpec_[c]->get(), st);
-            break;
+            case ScanKind::Sequential:
+                status = lumiDecodeHuffman8x8_JPEG_1u16s_C1(data_, end_, &pos_, block, &lastDc_[c], &marker_,
+                                                            dcSpec_[c]->get(), acSpec_[c]->get(), st);
+                break;
+            case ScanKind::DcFirst:
+                status = lumiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(data_, end_, &pos_, block, &lastDc_[c],
+                                                                    &marker_, sc.al, dcSpec_[c]->get(), st);
+                break;
+            case ScanKind::DcRefine:
+                status = lumiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(data_, end_, &pos_, block, &marker_,
+                                                                     sc.al, st);
+                break;
+            case ScanKind::AcFirst:
+                status = lumiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
+                    data_, end_, &pos_, block, &marker_, sc.ss, sc.se, sc.al, acSpec_[c]->get(), st);
+                break;
+            case ScanKind::AcRefine:
+                status = lumiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(
+                    data_, end_, &pos_, block, &marker_, sc.ss, sc.se, sc.al, acSpec_[c]->get(), st);
+                break;
         }
         if (status < 0) {
             broken_ = true;
@@ -228,7 +239,8 @@ private:
             [&](int mcu, const BlockRef* refs, int n) {
                 for (int i = 0; i < n; ++i) {
                     Lum16s* block = plane(refs[i].component) + 64 * refs[i].local;
-                    if (!decodeBlock(sc, block, refs[i].component)) std::memset(block, 0, 64 * sizeof(Lum16s));
+                    if (!decodeBlock(sc, block, refs[i].component))
+                        std::memset(block, 0, 64 * sizeof(Lum16s));
                 }
                 outputMcu(mcu % walk.mcuCols(), mcu / walk.mcuCols());
             });
@@ -242,7 +254,8 @@ private:
             sc.restartInterval, [&](int i) { startInterval(sc, i); },
             [&](int, const BlockRef* refs, int n) {
                 for (int i = 0; i < n; ++i)
-                    decodeBlock(sc, store_->block(refs[i].component, refs[i].bx, refs[i].by), refs[i].component);
+                    decodeBlock(sc, store_->block(refs[i].component, refs[i].bx, refs[i].by),
+                                refs[i].component);
             });
     }
 
@@ -326,7 +339,8 @@ private:
         for (int t = 0; t < tilesPerMcu; ++t) {
             const Lum16s* tile[4] = {};
             for (size_t c = 0; c < s_.components.size(); ++c)
-                tile[c] = tiles_.data() + (c * static_cast<size_t>(tilesPerMcu) + static_cast<size_t>(t)) * 64;
+                tile[c] =
+                    tiles_.data() + (c * static_cast<size_t>(tilesPerMcu) + static_cast<size_t>(t)) * 64;
             toPixels(McuForm::F444, tile, dst + (t / maxH) * 8 * step + (t % maxH) * 8 * ch, step);
         }
     }
@@ -334,26 +348,31 @@ private:
     void toPixels(McuForm form, const Lum16s* const planePtr[4], Lum8u* dst, Lum32s step)
     {
         switch (model_) {
-        case ColourModel::Grey:
-            check(lumiAdd128_JPEG_16s8u_C1R(planePtr[0], 8 * sizeof(Lum16s), dst, step, LumSize{8, 8}),
-                  "level shift");
-            break;
-        case ColourModel::YCbCr:
-            check(pick<Planes3ToPixels>(form, lumiYCbCr444ToRGBLS_MCU_16s8u_P3C3R, lumiYCbCr422ToRGBLS_MCU_16s8u_P3C3R,
-                                        lumiYCbCr411ToRGBLS_MCU_16s8u_P3C3R)(planePtr, dst, step),
-                  "colour conversion");
-            break;
-        case ColourModel::RGB:
-            check(pick<Planes3ToPixels>(form, lumiSampleUp444LS_MCU_16s8u_P3C3R, lumiSampleUp422LS_MCU_16s8u_P3C3R,
-                                        lumiSampleUp411LS_MCU_16s8u_P3C3R)(planePtr, dst, step),
-                  "up-sampling");
-            break;
-        case ColourModel::YCCK:
-            check(pick<Planes4ToPixels>(form, lumiYCCK444ToCMYKLS_MCU_16s8u_P4C4R, lumiYCCK422ToCMYKLS_MCU_16s8u_P4C4R,
-                                        lumiYCCK411ToCMYKLS_MCU_16s8u_P4C4R)(planePtr, dst, step),
-                  "colour conversion");
-            break;
-        case ColourModel::CMYK: interleaveCmyk(planePtr, dst, step); break;
+            case ColourModel::Grey:
+                check(lumiAdd128_JPEG_16s8u_C1R(planePtr[0], 8 * sizeof(Lum16s), dst, step, LumSize{8, 8}),
+                      "level shift");
+                break;
+            case ColourModel::YCbCr:
+                check(pick<Planes3ToPixels>(form, lumiYCbCr444ToRGBLS_MCU_16s8u_P3C3R,
+                                            lumiYCbCr422ToRGBLS_MCU_16s8u_P3C3R,
+                                            lumiYCbCr411ToRGBLS_MCU_16s8u_P3C3R)(planePtr, dst, step),
+                      "colour conversion");
+                break;
+            case ColourModel::RGB:
+                check(pick<Planes3ToPixels>(form, lumiSampleUp444LS_MCU_16s8u_P3C3R,
+                                            lumiSampleUp422LS_MCU_16s8u_P3C3R,
+                                            lumiSampleUp411LS_MCU_16s8u_P3C3R)(planePtr, dst, step),
+                      "up-sampling");
+                break;
+            case ColourModel::YCCK:
+                check(pick<Planes4ToPixels>(form, lumiYCCK444ToCMYKLS_MCU_16s8u_P4C4R,
+                                            lumiYCCK422ToCMYKLS_MCU_16s8u_P4C4R,
+                                            lumiYCCK411ToCMYKLS_MCU_16s8u_P4C4R)(planePtr, dst, step),
+                      "colour conversion");
+                break;
+            case ColourModel::CMYK:
+                interleaveCmyk(planePtr, dst, step);
+                break;
         }
     }
 

@@ -62,7 +62,8 @@ int runDemo(const std::string& photoPath, const std::string& outDir)
     Image source;
     if (photoPath.empty()) {
         source = parsePnm(lumjpegDemoPhoto, static_cast<size_t>(lumjpegDemoPhotoEnd - lumjpegDemoPhoto));
-        std::printf("photo: built-in \"coffee\" (Rachel Michetti, CC0), %dx%d\n", source.width, source.height);
+        std::printf("photo: built-in \"coffee\" (Rachel Michetti, CC0), %dx%d\n", source.width,
+                    source.height);
     } else {
         const std::vector<uint8_t> bytes = readFile(photoPath);
         source = parsePnm(bytes.data(), bytes.size());

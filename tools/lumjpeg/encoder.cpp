@@ -48,7 +48,8 @@ public:
         }
         const int cols = std::min(mcuW_, image_.width - x0);
         for (int r = 0; r < mcuH_; ++r) {
-            const uint8_t* src = image_.row(std::min(y0 + r, image_.height - 1)) + static_cast<size_t>(x0 * ch);
+            const uint8_t* src =
+                image_.row(std::min(y0 + r, image_.height - 1)) + static_cast<size_t>(x0 * ch);
             uint8_t* dst = edge_.data() + static_cast<size_t>(r * mcuW_ * ch);
             std::memcpy(dst, src, static_cast<size_t>(cols * ch));
             for (int c = cols; c < mcuW_; ++c)
@@ -64,14 +65,15 @@ private:
     std::vector<uint8_t> edge_;
 };
 
-using EncoderSpec =
-    HuffmanSpec<LumEncodeHuffmanSpec, lumiEncodeHuffmanSpecGetBufSize_JPEG_8u, lumiEncodeHuffmanSpecInit_JPEG_8u>;
+using EncoderSpec = HuffmanSpec<LumEncodeHuffmanSpec, lumiEncodeHuffmanSpecGetBufSize_JPEG_8u,
+                                lumiEncodeHuffmanSpecInit_JPEG_8u>;
 
 HuffmanTable tableFromCounts(const std::array<Lum32s, 257>& counts)
 {
     HuffmanTable t;
     Lum8u vals[256];
-    check(lumiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), t.bits.data(), vals), "building an optimal table");
+    check(lumiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), t.bits.data(), vals),
+          "building an optimal table");
     size_t n = 0;
     for (uint8_t b : t.bits) n += b;
     t.vals.assign(vals, vals + n);
@@ -90,7 +92,8 @@ public:
     Encoder(const Image& image, const EncodeOptions& options)
         : image_(image), options_(options), state_(lumiEncodeHuffmanStateGetBufSize_JPEG_8u)
     {
-        if (image.channels != 1 && image.channels != 3) throw Error("only grey and RGB images can be encoded");
+        if (image.channels != 1 && image.channels != 3)
+            throw Error("only grey and RGB images can be encoded");
         if (options.quality < 1 || options.quality > 100) throw Error("quality must lie in 1..100");
         if (options.restartInterval < 0 || options.restartInterval > 65535)
             throw Error("restart interval must lie in 0..65535");
@@ -119,7 +122,8 @@ public:
 
     std::vector<uint8_t> run()
     {
-        out_.reserve(static_cast<size_t>(image_.width) * static_cast<size_t>(image_.height) * image_.channels / 4 +
+        out_.reserve(static_cast<size_t>(image_.width) * static_cast<size_t>(image_.height) *
+                         image_.channels / 4 +
                      65536);
         writeHeaders();
         if (!options_.progressive && !options_.optimize) {
@@ -155,8 +159,10 @@ private:
         const int tables = image_.channels == 1 ? 1 : 2;
         for (int t = 0; t < tables; ++t) {
             std::array<uint8_t, 64> raw = t == 0 ? standardLumaQuant() : standardChromaQuant();
-            check(lumiQuantFwdRawTableInit_JPEG_8u(raw.data(), options_.quality), "scaling a quantization table");
-            check(lumiQuantFwdTableInit_JPEG_8u16u(raw.data(), fwdQuant_[t].data()), "building a quantization table");
+            check(lumiQuantFwdRawTableInit_JPEG_8u(raw.data(), options_.quality),
+                  "scaling a quantization table");
+            check(lumiQuantFwdTableInit_JPEG_8u16u(raw.data(), fwdQuant_[t].data()),
+                  "building a quantization table");
             out_.quantTable(t, raw);
         }
         out_.startOfFrame(frame_.sofMarker, frame_.width, frame_.height, frame_.components);
@@ -232,20 +238,21 @@ private:
         const int cls = tableClass(component);
         Lum16s* lastDc = &lastDc_[component];
         switch (p.kind) {
-        case ScanKind::Sequential:
-            return lumiEncodeHuffman8x8_JPEG_16s1u_C1(block, dst, len, pos, lastDc, dcSpec_[cls]->get(),
-                                                      acSpec_[cls]->get(), state_.get(), flush);
-        case ScanKind::DcFirst:
-            return lumiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, dst, len, pos, lastDc, p.al,
-                                                              dcSpec_[cls]->get(), state_.get(), flush);
-        case ScanKind::DcRefine:
-            return lumiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, dst, len, pos, p.al, state_.get(), flush);
-        case ScanKind::AcFirst:
-            return lumiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, dst, len, pos, p.ss, p.se, p.al,
-                                                              acSpec_[cls]->get(), state_.get(), flush);
-        case ScanKind::AcRefine:
-            return lumiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, dst, len, pos, p.ss, p.se, p.al,
-                                                               acSpec_[cls]->get(), state_.get(), flush);
+            case ScanKind::Sequential:
+                return lumiEncodeHuffman8x8_JPEG_16s1u_C1(block, dst, len, pos, lastDc, dcSpec_[cls]->get(),
+                                                          acSpec_[cls]->get(), state_.get(), flush);
+            case ScanKind::DcFirst:
+                return lumiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, dst, len, pos, lastDc, p.al,
+                                                                  dcSpec_[cls]->get(), state_.get(), flush);
+            case ScanKind::DcRefine:
+                return lumiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, dst, len, pos, p.al, state_.get(),
+                                                                   flush);
+            case ScanKind::AcFirst:
+                return lumiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(block, dst, len, pos, p.ss, p.se, p.al,
+                                                                  acSpec_[cls]->get(), state_.get(), flush);
+            case ScanKind::AcRefine:
+                return lumiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, dst, len, pos, p.ss, p.se, p.al,
+                                                                   acSpec_[cls]->get(), state_.get(), flush);
         }
         return lumStsUnknown;
     }
@@ -275,7 +282,8 @@ private:
             [&](int mcu, const BlockRef* refs, int n) {
                 transformMcu(mcu % walk.mcuCols(), mcu / walk.mcuCols());
                 for (int i = 0; i < n; ++i)
-                    check(codeBlock(plan, planePtr_[refs[i].component] + 64 * refs[i].local, refs[i].component, 0),
+                    check(codeBlock(plan, planePtr_[refs[i].component] + 64 * refs[i].local,
+                                    refs[i].component, 0),
                           "Huffman encoding");
             });
         flushInterval(plan);
@@ -288,12 +296,12 @@ private:
         const auto endAcRun = [&] {
             const int cls = tableClass(p.components[0]);
             if (p.kind == ScanKind::AcFirst)
-                check(lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(nullptr, ac[cls].data(), p.ss, p.se, p.al,
-                                                                      state_.get(), 1),
+                check(lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(nullptr, ac[cls].data(), p.ss, p.se,
+                                                                      p.al, state_.get(), 1),
                       "counting symbols");
             if (p.kind == ScanKind::AcRefine)
-                check(lumiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(nullptr, ac[cls].data(), p.ss, p.se, p.al,
-                                                                       state_.get(), 1),
+                check(lumiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(nullptr, ac[cls].data(), p.ss, p.se,
+                                                                       p.al, state_.get(), 1),
                       "counting symbols");
         };
         walk.run(
@@ -316,29 +324,35 @@ private:
         const int cls = tableClass(r.component);
         LumEncodeHuffmanState* st = state_.get();
         switch (p.kind) {
-        case ScanKind::Sequential:
-            // A sequential block is a first DC pass without point transform plus a full AC band
-            // whose end-of-block run is announced at once, as EOB.
-            check(lumiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, dc[cls].data(), &lastDc_[r.component], 0),
-                  "counting symbols");
-            check(lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, ac[cls].data(), 1, 63, 0, st, 0),
-                  "counting symbols");
-            check(lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(nullptr, ac[cls].data(), 1, 63, 0, st, 1),
-                  "counting symbols");
-            break;
-        case ScanKind::DcFirst:
-            check(lumiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, dc[cls].data(), &lastDc_[r.component], p.al),
-                  "counting symbols");
-            break;
-        case ScanKind::DcRefine: break;
-        case ScanKind::AcFirst:
-            check(lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, ac[cls].data(), p.ss, p.se, p.al, st, 0),
-                  "counting symbols");
-            break;
-        case ScanKind::AcRefine:
-            check(lumiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(block, ac[cls].data(), p.ss, p.se, p.al, st, 0),
-                  "counting symbols");
-            break;
+            case ScanKind::Sequential:
+                // A sequential block is a first DC pass without point transform plus a full AC band
+                // whose end-of-block run is announced at once, as EOB.
+                check(lumiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, dc[cls].data(),
+                                                                      &lastDc_[r.component], 0),
+                      "counting symbols");
+                check(lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, ac[cls].data(), 1, 63, 0, st, 0),
+                      "counting symbols");
+                check(
+                    lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(nullptr, ac[cls].data(), 1, 63, 0, st, 1),
+                    "counting symbols");
+                break;
+            case ScanKind::DcFirst:
+                check(lumiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(block, dc[cls].data(),
+                                                                      &lastDc_[r.component], p.al),
+                      "counting symbols");
+                break;
+            case ScanKind::DcRefine:
+                break;
+            case ScanKind::AcFirst:
+                check(lumiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(block, ac[cls].data(), p.ss, p.se, p.al,
+                                                                      st, 0),
+                      "counting symbols");
+                break;
+            case ScanKind::AcRefine:
+                check(lumiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(block, ac[cls].data(), p.ss, p.se,
+                                                                       p.al, st, 0),
+                      "counting symbols");
+                break;
         }
     }
 
@@ -369,7 +383,8 @@ private:
             options_.restartInterval, [&](int index) { startInterval(p, index); },
             [&](int, const BlockRef* refs, int n) {
                 for (int i = 0; i < n; ++i)
-                    check(codeBlock(p, store_->block(refs[i].component, refs[i].bx, refs[i].by), refs[i].component, 0),
+                    check(codeBlock(p, store_->block(refs[i].component, refs[i].bx, refs[i].by),
+                                    refs[i].component, 0),
                           "Huffman encoding");
             });
         flushInterval(p);

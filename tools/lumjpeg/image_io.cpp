@@ -62,7 +62,10 @@ public:
     }
 
 private:
-    static bool isSpace(uint8_t c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
+    static bool isSpace(uint8_t c)
+    {
+        return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f';
+    }
     void skipSpaceAndComments()
     {
         while (pos_ < size_) {
@@ -91,12 +94,18 @@ PamFields readPamHeader(PnmHeader& header)
     for (int lines = 0; lines < 64; ++lines) {
         const std::string key = header.word();
         if (key == "ENDHDR") return f;
-        if (key == "WIDTH") f.width = header.number();
-        else if (key == "HEIGHT") f.height = header.number();
-        else if (key == "DEPTH") f.depth = header.number();
-        else if (key == "MAXVAL") f.maxval = header.number();
-        else if (key == "TUPLTYPE") header.word();
-        else throw Error("malformed PAM header");
+        if (key == "WIDTH")
+            f.width = header.number();
+        else if (key == "HEIGHT")
+            f.height = header.number();
+        else if (key == "DEPTH")
+            f.depth = header.number();
+        else if (key == "MAXVAL")
+            f.maxval = header.number();
+        else if (key == "TUPLTYPE")
+            header.word();
+        else
+            throw Error("malformed PAM header");
     }
     throw Error("malformed PAM header");
 }
@@ -145,11 +154,12 @@ std::vector<uint8_t> formatPnm(const Image& image)
     char header[128];
     int n;
     if (image.channels == 4) {
-        n = std::snprintf(header, sizeof header, "P7\nWIDTH %d\nHEIGHT %d\nDEPTH 4\nMAXVAL 255\nTUPLTYPE CMYK\nENDHDR\n",
+        n = std::snprintf(header, sizeof header,
+                          "P7\nWIDTH %d\nHEIGHT %d\nDEPTH 4\nMAXVAL 255\nTUPLTYPE CMYK\nENDHDR\n",
                           image.width, image.height);
     } else {
-        n = std::snprintf(header, sizeof header, "P%c\n%d %d\n255\n", image.channels == 1 ? '5' : '6', image.width,
-                          image.height);
+        n = std::snprintf(header, sizeof header, "P%c\n%d %d\n255\n", image.channels == 1 ? '5' : '6',
+                          image.width, image.height);
     }
     std::vector<uint8_t> out(header, header + n);
     out.insert(out.end(), image.pixels.begin(), image.pixels.end());
@@ -175,7 +185,8 @@ std::vector<uint8_t> readFile(const std::string& path)
 void writeFile(const std::string& path, const std::vector<uint8_t>& bytes)
 {
     std::unique_ptr<FILE, int (*)(FILE*)> f(std::fopen(path.c_str(), "wb"), std::fclose);
-    if (!f || std::fwrite(bytes.data(), 1, bytes.size(), f.get()) != bytes.size() || std::fflush(f.get()) != 0)
+    if (!f || std::fwrite(bytes.data(), 1, bytes.size(), f.get()) != bytes.size() ||
+        std::fflush(f.get()) != 0)
         throw Error("cannot write " + path);
 }
 

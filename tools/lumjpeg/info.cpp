@@ -10,9 +10,12 @@ namespace {
 const char* processName(int sof)
 {
     switch (sof) {
-    case 0xC0: return "baseline";
-    case 0xC1: return "extended sequential";
-    default: return "progressive";
+        case 0xC0:
+            return "baseline";
+        case 0xC1:
+            return "extended sequential";
+        default:
+            return "progressive";
     }
 }
 
@@ -45,7 +48,8 @@ std::string describeJpeg(const JpegStream& s, size_t fileSize)
         sampling += (i ? "," : "") + std::to_string(c.declaredH) + "x" + std::to_string(c.declaredV);
     }
     o << "sampling: " << sampling << "\n";
-    o << "MCU: " << s.mcuWidth() << "x" << s.mcuHeight() << " pixels, " << s.mcuCols() << "x" << s.mcuRows() << "\n";
+    o << "MCU: " << s.mcuWidth() << "x" << s.mcuHeight() << " pixels, " << s.mcuCols() << "x" << s.mcuRows()
+      << "\n";
     o << "restart interval: " << (s.restartIntervals.empty() ? "none" : joined(s.restartIntervals)) << "\n";
     o << "tables: " << s.tables.size() << "\n";
     for (const TableDefinition& t : s.tables) {
@@ -67,10 +71,10 @@ std::string describeJpeg(const JpegStream& s, size_t fileSize)
         }
         size_t bytes = 0;
         for (const ByteRange& r : sc.intervals) bytes += r.end - r.begin;
-        o << "  scan " << i + 1 << ": components " << joined(ids) << ", Ss " << sc.ss << " Se " << sc.se << " Ah "
-          << sc.ah << " Al " << sc.al << ", DC tables " << joined(dc) << ", AC tables " << joined(ac)
-          << ", restart interval " << sc.restartInterval << ", " << sc.intervals.size() << " segment"
-          << (sc.intervals.size() == 1 ? "" : "s") << ", " << bytes << " bytes\n";
+        o << "  scan " << i + 1 << ": components " << joined(ids) << ", Ss " << sc.ss << " Se " << sc.se
+          << " Ah " << sc.ah << " Al " << sc.al << ", DC tables " << joined(dc) << ", AC tables "
+          << joined(ac) << ", restart interval " << sc.restartInterval << ", " << sc.intervals.size()
+          << " segment" << (sc.intervals.size() == 1 ? "" : "s") << ", " << bytes << " bytes\n";
     }
     for (const std::string& w : s.warnings) o << "warning: " << w << "\n";
     return o.str();

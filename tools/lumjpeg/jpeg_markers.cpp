@@ -24,20 +24,34 @@ std::string hex2(int v)
 const char* unsupportedProcess(int m)
 {
     switch (m) {
-    case 0xC3: return "lossless (SOF3)";
-    case 0xC5: return "hierarchical (SOF5)";
-    case 0xC6: return "hierarchical progressive (SOF6)";
-    case 0xC7: return "hierarchical lossless (SOF7)";
-    case 0xC9: return "arithmetic coding (SOF9)";
-    case 0xCA: return "arithmetic coding, progressive (SOF10)";
-    case 0xCB: return "arithmetic coding, lossless (SOF11)";
-    case 0xCC: return "arithmetic coding (DAC)";
-    case 0xCD: return "arithmetic coding, hierarchical (SOF13)";
-    case 0xCE: return "arithmetic coding, hierarchical progressive (SOF14)";
-    case 0xCF: return "arithmetic coding, hierarchical lossless (SOF15)";
-    case 0xDE: return "hierarchical (DHP)";
-    case 0xDF: return "hierarchical (EXP)";
-    default: return nullptr;
+        case 0xC3:
+            return "lossless (SOF3)";
+        case 0xC5:
+            return "hierarchical (SOF5)";
+        case 0xC6:
+            return "hierarchical progressive (SOF6)";
+        case 0xC7:
+            return "hierarchical lossless (SOF7)";
+        case 0xC9:
+            return "arithmetic coding (SOF9)";
+        case 0xCA:
+            return "arithmetic coding, progressive (SOF10)";
+        case 0xCB:
+            return "arithmetic coding, lossless (SOF11)";
+        case 0xCC:
+            return "arithmetic coding (DAC)";
+        case 0xCD:
+            return "arithmetic coding, hierarchical (SOF13)";
+        case 0xCE:
+            return "arithmetic coding, hierarchical progressive (SOF14)";
+        case 0xCF:
+            return "arithmetic coding, hierarchical lossless (SOF15)";
+        case 0xDE:
+            return "hierarchical (DHP)";
+        case 0xDF:
+            return "hierarchical (EXP)";
+        default:
+            return nullptr;
     }
 }
 
@@ -93,7 +107,8 @@ private:
             const int m = d_[p_++];
             if (m != 0) {
                 if (skipped != 0)
-                    s_.warnings.push_back(std::to_string(skipped) + " extraneous bytes before marker " + hex2(m));
+                    s_.warnings.push_back(std::to_string(skipped) + " extraneous bytes before marker " +
+                                          hex2(m));
                 return m;
             }
             skipped += 2;
@@ -108,27 +123,39 @@ private:
         if (p_ + len > n_) throw corrupt("marker segment " + hex2(m) + " runs past the end of the file");
         const size_t begin = p_ + 2, end = p_ + len;
         p_ = end;
-        if (const char* process = unsupportedProcess(m)) throw Error(std::string("unsupported JPEG process: ") + process);
+        if (const char* process = unsupportedProcess(m))
+            throw Error(std::string("unsupported JPEG process: ") + process);
         switch (m) {
-        case 0xC0:
-        case 0xC1:
-        case 0xC2: frame(m, begin, end); break;
-        case kDHT: huffman(begin, end); break;
-        case kDQT: quant(begin, end); break;
-        case kDRI:
-            if (len != 4) throw corrupt("DRI segment of wrong length");
-            restart_ = u16(begin);
-            s_.restartIntervals.push_back(restart_);
-            break;
-        case kSOS: scan(begin, end); break;
-        case kDNL: break;  // the height is always known from the frame header here
-        case kAPP0:
-            if (end - begin >= 5 && std::memcmp(d_ + begin, "JFIF\0", 5) == 0) s_.jfif = true;
-            break;
-        case kAPP14:
-            if (end - begin >= 12 && std::memcmp(d_ + begin, "Adobe", 5) == 0) s_.adobeTransform = d_[begin + 11];
-            break;
-        default: break;  // other APPn, COM and reserved segments carry nothing the decoder needs
+            case 0xC0:
+            case 0xC1:
+            case 0xC2:
+                frame(m, begin, end);
+                break;
+            case kDHT:
+                huffman(begin, end);
+                break;
+            case kDQT:
+                quant(begin, end);
+                break;
+            case kDRI:
+                if (len != 4) throw corrupt("DRI segment of wrong length");
+                restart_ = u16(begin);
+                s_.restartIntervals.push_back(restart_);
+                break;
+            case kSOS:
+                scan(begin, end);
+                break;
+            case kDNL:
+                break;  // the height is always known from the frame header here
+            case kAPP0:
+                if (end - begin >= 5 && std::memcmp(d_ + begin, "JFIF\0", 5) == 0) s_.jfif = true;
+                break;
+            case kAPP14:
+                if (end - begin >= 12 && std::memcmp(d_ + begin, "Adobe", 5) == 0)
+                    s_.adobeTransform = d_[begin + 11];
+                break;
+            default:
+                break;  // other APPn, COM and reserved segments carry nothing the decoder needs
         }
     }
 
@@ -148,7 +175,8 @@ private:
         if (end - q != 6 + 3 * static_cast<size_t>(n)) throw corrupt("frame header of wrong length");
         for (int i = 0; i < n; ++i) {
             const size_t c = q + 6 + 3 * static_cast<size_t>(i);
-            FrameComponent fc{d_[c], d_[c + 1] >> 4, d_[c + 1] & 15, d_[c + 2], d_[c + 1] >> 4, d_[c + 1] & 15};
+            FrameComponent fc{d_[c],     d_[c + 1] >> 4, d_[c + 1] & 15,
+                              d_[c + 2], d_[c + 1] >> 4, d_[c + 1] & 15};
             if (fc.h < 1 || fc.h > 4 || fc.v < 1 || fc.v > 4) throw corrupt("bad sampling factors");
             if (fc.tq > 3) throw corrupt("bad quantization table number");
             for (const FrameComponent& other : s_.components)
@@ -192,7 +220,8 @@ private:
             QuantTable t;
             t.sixteenBit = pq == 1;
             for (int k = 0; k < 64; ++k)
-                t.zigzag[k] = static_cast<uint16_t>(pq ? u16(q + 1 + 2 * static_cast<size_t>(k)) : d_[q + 1 + k]);
+                t.zigzag[k] =
+                    static_cast<uint16_t>(pq ? u16(q + 1 + 2 * static_cast<size_t>(k)) : d_[q + 1 + k]);
             quant_[tq] = t;
             s_.tables.push_back({'Q', tq, pq ? 16 : 8, 64});
             q += size;
@@ -205,7 +234,8 @@ private:
         if (s_.scans.size() >= kMaxScans) throw corrupt("more than 1000 scans");
         if (end - q < 1) throw corrupt("scan header too short");
         const int ns = d_[q];
-        if (ns < 1 || ns > 4 || end - q != 4 + 2 * static_cast<size_t>(ns)) throw corrupt("scan header of wrong length");
+        if (ns < 1 || ns > 4 || end - q != 4 + 2 * static_cast<size_t>(ns))
+            throw corrupt("scan header of wrong length");
         Scan sc;
         int blocksInMcu = 0;
         for (int i = 0; i < ns; ++i) {
@@ -299,11 +329,16 @@ private:
 const char* colourModelName(ColourModel m)
 {
     switch (m) {
-    case ColourModel::Grey: return "grey";
-    case ColourModel::YCbCr: return "YCbCr";
-    case ColourModel::RGB: return "RGB";
-    case ColourModel::CMYK: return "CMYK";
-    case ColourModel::YCCK: return "YCCK";
+        case ColourModel::Grey:
+            return "grey";
+        case ColourModel::YCbCr:
+            return "YCbCr";
+        case ColourModel::RGB:
+            return "RGB";
+        case ColourModel::CMYK:
+            return "CMYK";
+        case ColourModel::YCCK:
+            return "YCCK";
     }
     return "?";
 }
@@ -313,7 +348,8 @@ ColourModel JpegStream::colourModel() const
     if (components.size() == 1) return ColourModel::Grey;
     if (components.size() == 4) return adobeTransform == 2 ? ColourModel::YCCK : ColourModel::CMYK;
     if (adobeTransform == 0) return ColourModel::RGB;
-    if (adobeTransform < 0 && !jfif && components[0].id == 'R' && components[1].id == 'G' && components[2].id == 'B')
+    if (adobeTransform < 0 && !jfif && components[0].id == 'R' && components[1].id == 'G' &&
+        components[2].id == 'B')
         return ColourModel::RGB;
     return ColourModel::YCbCr;
 }
@@ -403,7 +439,8 @@ void JpegWriter::quantTable(int id, const std::array<uint8_t, 64>& zigzag)
     for (uint8_t q : zigzag) put8(q);
 }
 
-void JpegWriter::startOfFrame(int sofMarker, int width, int height, const std::vector<FrameComponent>& components)
+void JpegWriter::startOfFrame(int sofMarker, int width, int height,
+                              const std::vector<FrameComponent>& components)
 {
     marker(sofMarker);
     put16(8 + 3 * static_cast<int>(components.size()));
@@ -434,8 +471,8 @@ void JpegWriter::restartInterval(int mcus)
     put16(mcus);
 }
 
-void JpegWriter::startOfScan(const std::vector<FrameComponent>& frame, const std::vector<ScanComponent>& components,
-                             int ss, int se, int ah, int al)
+void JpegWriter::startOfScan(const std::vector<FrameComponent>& frame,
+                             const std::vector<ScanComponent>& components, int ss, int se, int ah, int al)
 {
     marker(kSOS);
     put16(6 + 2 * static_cast<int>(components.size()));

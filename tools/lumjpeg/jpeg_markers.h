@@ -108,8 +108,8 @@ public:
     void startOfFrame(int sofMarker, int width, int height, const std::vector<FrameComponent>& components);
     void huffmanTable(int tableClass, int id, const HuffmanTable& table);
     void restartInterval(int mcus);
-    void startOfScan(const std::vector<FrameComponent>& frame, const std::vector<ScanComponent>& components, int ss,
-                     int se, int ah, int al);
+    void startOfScan(const std::vector<FrameComponent>& frame, const std::vector<ScanComponent>& components,
+                     int ss, int se, int ah, int al);
 
 private:
     void put8(int v);

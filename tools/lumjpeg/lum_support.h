@@ -29,7 +29,8 @@ public:
     explicit LumArray(size_t count) : count_(count)
     {
         if (count == 0) return;
-        if (count > static_cast<size_t>(std::numeric_limits<Lum32s>::max()) / sizeof(T)) throw Error("out of memory");
+        if (count > static_cast<size_t>(std::numeric_limits<Lum32s>::max()) / sizeof(T))
+            throw Error("out of memory");
         data_ = static_cast<T*>(lumMalloc(static_cast<Lum32s>(count * sizeof(T))));
         if (data_ == nullptr) throw Error("out of memory");
     }
@@ -51,7 +52,9 @@ public:
     const T& operator[](size_t i) const { return data_[i]; }
     void clear()
     {
-        if (count_ != 0) check(lumsZero_8u(reinterpret_cast<Lum8u*>(data_), static_cast<Lum32s>(count_ * sizeof(T))), "clear");
+        if (count_ != 0)
+            check(lumsZero_8u(reinterpret_cast<Lum8u*>(data_), static_cast<Lum32s>(count_ * sizeof(T))),
+                  "clear");
     }
 
 private:
@@ -78,7 +81,8 @@ private:
 
 // A Huffman code table of the encoder or the decoder, built from the BITS and HUFFVAL lists of a DHT
 // segment.
-template <typename Spec, LumStatus (*getBufSize)(Lum32s*), LumStatus (*init)(const Lum8u*, const Lum8u*, Spec*)>
+template <typename Spec, LumStatus (*getBufSize)(Lum32s*),
+          LumStatus (*init)(const Lum8u*, const Lum8u*, Spec*)>
 class HuffmanSpec {
 public:
     explicit HuffmanSpec(const HuffmanTable& t) : record_(getBufSize)

@@ -43,7 +43,8 @@ int parseNumber(const std::string& text, int lo, int hi, const char* what)
     char* end = nullptr;
     const long v = std::strtol(text.c_str(), &end, 10);
     if (text.empty() || *end != '\0' || v < lo || v > hi)
-        throw Error(std::string(what) + " must be a number in " + std::to_string(lo) + ".." + std::to_string(hi));
+        throw Error(std::string(what) + " must be a number in " + std::to_string(lo) + ".." +
+                    std::to_string(hi));
     return static_cast<int>(v);
 }
 
@@ -61,10 +62,14 @@ int encode(const std::vector<std::string>& args)
             options.quality = parseNumber(value(), 1, 100, "--quality");
         } else if (a == "--sampling") {
             const std::string& s = value();
-            if (s == "444") options.sampling = Sampling::S444;
-            else if (s == "422") options.sampling = Sampling::S422;
-            else if (s == "420") options.sampling = Sampling::S420;
-            else throw Error("--sampling must be 444, 422 or 420");
+            if (s == "444")
+                options.sampling = Sampling::S444;
+            else if (s == "422")
+                options.sampling = Sampling::S422;
+            else if (s == "420")
+                options.sampling = Sampling::S420;
+            else
+                throw Error("--sampling must be 444, 422 or 420");
         } else if (a == "--progressive") {
             options.progressive = true;
         } else if (a == "--optimize") {
@@ -99,9 +104,12 @@ int demo(const std::vector<std::string>& args)
 {
     std::string photo, out = "lumjpeg-demo";
     for (size_t i = 0; i < args.size(); ++i) {
-        if (args[i] == "--out" && i + 1 < args.size()) out = args[++i];
-        else if (photo.empty() && args[i][0] != '-') photo = args[i];
-        else throw Error("demo takes an optional photo and --out DIR");
+        if (args[i] == "--out" && i + 1 < args.size())
+            out = args[++i];
+        else if (photo.empty() && args[i][0] != '-')
+            photo = args[i];
+        else
+            throw Error("demo takes an optional photo and --out DIR");
     }
     return runDemo(photo, out);
 }

@@ -21,7 +21,8 @@ struct BlockRef {
 
 class ScanWalk {
 public:
-    ScanWalk(const JpegStream& frame, const std::vector<int>& components) : frame_(frame), components_(components)
+    ScanWalk(const JpegStream& frame, const std::vector<int>& components)
+        : frame_(frame), components_(components)
     {
         interleaved_ = components.size() > 1;
         if (interleaved_) {
@@ -91,7 +92,8 @@ public:
     Lum16s* block(int component, int bx, int by)
     {
         Plane& p = planes_[static_cast<size_t>(component)];
-        return p.blocks.data() + (static_cast<size_t>(by) * static_cast<size_t>(p.cols) + static_cast<size_t>(bx)) * 64;
+        return p.blocks.data() +
+               (static_cast<size_t>(by) * static_cast<size_t>(p.cols) + static_cast<size_t>(bx)) * 64;
     }
 
 private:
