@@ -105,13 +105,31 @@ const HuffmanTable& standardAcChroma()
 
 std::vector<ScanSpec> progressiveScript(int componentCount)
 {
+    // Components, Ss, Se, Ah, Al.
+    // clang-format off
     if (componentCount == 1) {
-        return {{{0}, 0, 0, 0, 1},  {{0}, 1, 5, 0, 2}, {{0}, 6, 63, 0, 2},
-                {{0}, 1, 63, 2, 1}, {{0}, 0, 0, 1, 0}, {{0}, 1, 63, 1, 0}};
+        return {
+            {{0},       0,  0, 0, 1},  // DC, one bit held back
+            {{0},       1,  5, 0, 2},  // the lowest AC band, two bits held back
+            {{0},       6, 63, 0, 2},  // the rest of AC
+            {{0},       1, 63, 2, 1},  // AC refinement, one bit
+            {{0},       0,  0, 1, 0},  // DC refinement
+            {{0},       1, 63, 1, 0},  // the last AC bit
+        };
     }
-    return {{{0, 1, 2}, 0, 0, 0, 1}, {{0}, 1, 5, 0, 2},  {{2}, 1, 63, 0, 1},      {{1}, 1, 63, 0, 1},
-            {{0}, 6, 63, 0, 2},      {{0}, 1, 63, 2, 1}, {{0, 1, 2}, 0, 0, 1, 0}, {{2}, 1, 63, 1, 0},
-            {{1}, 1, 63, 1, 0},      {{0}, 1, 63, 1, 0}};
+    return {
+        {{0, 1, 2}, 0,  0, 0, 1},  // DC of all components, interleaved
+        {{0},       1,  5, 0, 2},  // the lowest luma AC band
+        {{2},       1, 63, 0, 1},  // Cr AC
+        {{1},       1, 63, 0, 1},  // Cb AC
+        {{0},       6, 63, 0, 2},  // the rest of luma AC
+        {{0},       1, 63, 2, 1},  // luma AC refinement
+        {{0, 1, 2}, 0,  0, 1, 0},  // DC refinement
+        {{2},       1, 63, 1, 0},  // the last bits of Cr, Cb and luma AC
+        {{1},       1, 63, 1, 0},
+        {{0},       1, 63, 1, 0},
+    };
+    // clang-format on
 }
 
 }  // namespace lumjpeg
