@@ -117,7 +117,7 @@ void storeChroma(Lum8u* u, Lum8u* v, __m128i db, __m128i dr)
                                                        _mm_mulhi_epi16(dr, _mm_set1_epi16(28737))),
                                        _mm_set1_epi8(-128));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(u), both);
-    _mm_storeh_pd(reinterpret_cast<double*>(v), _mm_castsi128_pd(both));
+    _mm_storeh_pi(reinterpret_cast<__m64*>(v), _mm_castsi128_ps(both));
 }
 
 // Eight 2 by 2 blocks: D = (S >> 1) - (S1 >> 2) with S1 the sum of the four luma1 values. Every sum
