@@ -23,21 +23,36 @@ void store16(Lum8u* p, __m128i v)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
 }
 
-// One round of the riffle on 48 bytes held in three registers: byte k goes to 2k and byte k + 24
-// to 2k + 1. Four rounds take byte 3m + c to 16c + m, which splits 16 three-byte pixels into planes.
+// A riffle on 48 bytes read as 24 16-bit words held in three registers: word k goes to 2k and
+// word k + 12 to 2k + 1. Three rounds take word 3j + c to word j of register c, so that 16
+// three-byte pixels come out as the byte pairs (R, G) of the even pixels, (B even, R odd) and
+// (G odd, B odd), each register in pixel order. The first round takes the halves it needs from
+// unaligned loads at bytes 8 and 24 instead of byte shifts.
 template <typename Tier>
-void riffle(__m128i& a, __m128i& b, __m128i& c)
+void riffle16(__m128i& a, __m128i& b, __m128i& c)
 {
-    const __m128i o0 = _mm_unpacklo_epi8(a, _mm_srli_si128(b, 8));
-    const __m128i o1 = _mm_unpackhi_epi8(a, _mm_slli_si128(c, 8));
-    const __m128i o2 = _mm_unpackhi_epi8(_mm_slli_si128(b, 8), c);
+    const __m128i o0 = _mm_unpacklo_epi16(a, _mm_srli_si128(b, 8));
+    const __m128i o1 = _mm_unpackhi_epi16(a, _mm_slli_si128(c, 8));
+    const __m128i o2 = _mm_unpackhi_epi16(_mm_slli_si128(b, 8), c);
     a = o0;
     b = o1;
     c = o2;
 }
 
-// The inverse round: even bytes first, then odd ones. Four rounds take byte 16c + m to 3m + c,
-// which joins three planes into 16 three-byte pixels.
+template <typename Tier>
+void loadRiffled(const Lum8u* s, __m128i& a, __m128i& b, __m128i& c)
+{
+    const __m128i first = load16<Tier>(s), middle = load16<Tier>(s + 24);
+    a = _mm_unpacklo_epi16(first, middle);
+    b = _mm_unpackhi_epi16(first, middle);
+    c = _mm_unpackhi_epi16(load16<Tier>(s + 8), load16<Tier>(s + 32));
+    riffle16<Tier>(a, b, c);
+    riffle16<Tier>(a, b, c);
+}
+
+// The inverse of a byte riffle round (byte k to 2k, byte k + 24 to 2k + 1): even bytes first, then
+// odd ones. Three rounds take the eight-byte runs (channel 0, 1, 2 of the even pixels, then of the
+// odd ones) to 16 interleaved three-byte pixels.
 template <typename Tier>
 void unzip(__m128i& a, __m128i& b, __m128i& c)
 {
@@ -50,68 +65,76 @@ void unzip(__m128i& a, __m128i& b, __m128i& c)
     c = o2;
 }
 
-// 16 RGB pixels as 16-bit planes and their luma with one fractional bit, the two partial products
-// shifted separately: (9798 R + 19235 G) >> 14 by pmaddwd, (3736 B) >> 14 as a high product of 4 B.
+// Luma with one fractional bit of eight pixels from their (R, G) word pairs and B words, the two
+// partial products shifted separately: (9798 R + 19235 G) >> 14 by pmaddwd, (3736 B) >> 14 as the
+// high half of 14944 B.
+template <typename Tier>
+__m128i luma1(__m128i rgLow, __m128i rgHigh, __m128i b)
+{
+    const __m128i rg = _mm_set1_epi32(9798 | 19235 << 16);
+    const __m128i lo = _mm_srai_epi32(_mm_madd_epi16(rgLow, rg), 14);
+    const __m128i hi = _mm_srai_epi32(_mm_madd_epi16(rgHigh, rg), 14);
+    const __m128i blue = _mm_mulhi_epu16(b, _mm_set1_epi16(4 * 3736));
+    return _mm_add_epi16(_mm_packs_epi32(lo, hi), blue);
+}
+
+// 16 RGB pixels split into their eight even and eight odd pixels, as 16-bit R, B and luma1. Every
+// chroma sum is then a plain addition of even and odd lanes.
 template <typename Tier>
 struct RgbPass {
-    __m128i r[2], b[2], luma1[2];
+    __m128i rEven, rOdd, bEven, bOdd, lumaEven, lumaOdd;
 
     explicit RgbPass(const Lum8u* s)
     {
-        __m128i vr = load16<Tier>(s), vg = load16<Tier>(s + 16), vb = load16<Tier>(s + 32);
-        for (int round = 0; round < 4; ++round) riffle<Tier>(vr, vg, vb);
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i rg = _mm_set1_epi32(9798 | 19235 << 16);
-        const __m128i g[2] = {_mm_unpacklo_epi8(vg, zero), _mm_unpackhi_epi8(vg, zero)};
-        r[0] = _mm_unpacklo_epi8(vr, zero);
-        r[1] = _mm_unpackhi_epi8(vr, zero);
-        b[0] = _mm_unpacklo_epi8(vb, zero);
-        b[1] = _mm_unpackhi_epi8(vb, zero);
-        for (int h = 0; h < 2; ++h) {
-            const __m128i lo = _mm_srai_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(r[h], g[h]), rg), 14);
-            const __m128i hi = _mm_srai_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(r[h], g[h]), rg), 14);
-            const __m128i blue = _mm_mulhi_epu16(_mm_slli_epi16(b[h], 2), _mm_set1_epi16(3736));
-            luma1[h] = _mm_add_epi16(_mm_packs_epi32(lo, hi), blue);
-        }
+        __m128i rg, br, gb;
+        loadRiffled<Tier>(s, rg, br, gb);
+        const __m128i zero = _mm_setzero_si128(), low = _mm_set1_epi16(0x00FF);
+        const __m128i gOdd = _mm_and_si128(gb, low);
+        rEven = _mm_and_si128(rg, low);
+        rOdd = _mm_srli_epi16(br, 8);
+        bEven = _mm_and_si128(br, low);
+        bOdd = _mm_srli_epi16(gb, 8);
+        lumaEven = luma1<Tier>(_mm_unpacklo_epi8(rg, zero), _mm_unpackhi_epi8(rg, zero), bEven);
+        lumaOdd = luma1<Tier>(_mm_unpacklo_epi16(rOdd, gOdd), _mm_unpackhi_epi16(rOdd, gOdd), bOdd);
     }
 
+    // Y = luma1 >> 1, which stays within 0 to 254, so no saturation is needed: the even pixels'
+    // luma in the low bytes, the odd ones' in the high bytes.
     void storeLuma(Lum8u* y) const
     {
-        store16<Tier>(y, _mm_packus_epi16(_mm_srai_epi16(luma1[0], 1), _mm_srai_epi16(luma1[1], 1)));
+        const __m128i odd = _mm_and_si128(_mm_slli_epi16(lumaOdd, 7), _mm_set1_epi16(-256));
+        store16<Tier>(y, _mm_or_si128(_mm_srli_epi16(lumaEven, 1), odd));
     }
 };
 
-// Sums of adjacent 16-bit pairs, as 32-bit lanes.
+// Eight chroma differences of each plane to bytes, ((d * k) >> 16) + 128 saturated: U into the low
+// eight bytes, V into the high ones. x + 128 saturated to 0..255 is x saturated to -128..127 with
+// the top bit flipped.
 template <typename Tier>
-__m128i pairSums(__m128i v)
+void storeChroma(Lum8u* u, Lum8u* v, __m128i db, __m128i dr)
 {
-    return _mm_madd_epi16(v, _mm_set1_epi16(1));
+    const __m128i both = _mm_xor_si128(_mm_packs_epi16(_mm_mulhi_epi16(db, _mm_set1_epi16(16121)),
+                                                       _mm_mulhi_epi16(dr, _mm_set1_epi16(28737))),
+                                       _mm_set1_epi8(-128));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(u), both);
+    _mm_storeh_pi(reinterpret_cast<__m64*>(v), _mm_castsi128_ps(both));
 }
 
-// Eight chroma differences to bytes: ((d * k) >> 16) + 128, saturated, into the low 8 bytes.
-template <typename Tier>
-void storeChroma(Lum8u* p, __m128i d0, __m128i d1, short k)
-{
-    const __m128i scaled = _mm_mulhi_epi16(_mm_packs_epi32(d0, d1), _mm_set1_epi16(k));
-    const __m128i biased = _mm_add_epi16(scaled, _mm_set1_epi16(128));
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(biased, biased));
-}
-
-// Eight 2 by 2 blocks: D = (S >> 1) - (S1 >> 2) with S1 the sum of the four luma1 values.
+// Eight 2 by 2 blocks: D = (S >> 1) - (S1 >> 2) with S1 the sum of the four luma1 values. Every sum
+// fits 16 bits.
 template <typename Tier>
 void pass420(const Lum8u* s0, const Lum8u* s1, Lum8u* y0, Lum8u* y1, Lum8u* u, Lum8u* v)
 {
     const RgbPass<Tier> a(s0), b(s1);
     a.storeLuma(y0);
     b.storeLuma(y1);
-    __m128i db[2], dr[2];
-    for (int h = 0; h < 2; ++h) {
-        const __m128i s1q = _mm_srai_epi32(pairSums<Tier>(_mm_add_epi16(a.luma1[h], b.luma1[h])), 2);
-        db[h] = _mm_sub_epi32(_mm_srai_epi32(pairSums<Tier>(_mm_add_epi16(a.b[h], b.b[h])), 1), s1q);
-        dr[h] = _mm_sub_epi32(_mm_srai_epi32(pairSums<Tier>(_mm_add_epi16(a.r[h], b.r[h])), 1), s1q);
-    }
-    storeChroma<Tier>(u, db[0], db[1], 16121);
-    storeChroma<Tier>(v, dr[0], dr[1], 28737);
+    const auto sum4 = [](__m128i p, __m128i q, __m128i r, __m128i s) {
+        return _mm_add_epi16(_mm_add_epi16(p, q), _mm_add_epi16(r, s));
+    };
+    const __m128i s1q = _mm_srai_epi16(sum4(a.lumaEven, a.lumaOdd, b.lumaEven, b.lumaOdd), 2);
+    const __m128i db = _mm_sub_epi16(_mm_srai_epi16(sum4(a.bEven, a.bOdd, b.bEven, b.bOdd), 1), s1q);
+    const __m128i dr = _mm_sub_epi16(_mm_srai_epi16(sum4(a.rEven, a.rOdd, b.rEven, b.rOdd), 1), s1q);
+    storeChroma<Tier>(u, v, db, dr);
 }
 
 // Eight pairs of one row: D = S - ((luma1a + luma1b) >> 1).
@@ -120,14 +143,9 @@ void pass422(const Lum8u* s, Lum8u* y, Lum8u* u, Lum8u* v)
 {
     const RgbPass<Tier> a(s);
     a.storeLuma(y);
-    __m128i db[2], dr[2];
-    for (int h = 0; h < 2; ++h) {
-        const __m128i half = _mm_srai_epi32(pairSums<Tier>(a.luma1[h]), 1);
-        db[h] = _mm_sub_epi32(pairSums<Tier>(a.b[h]), half);
-        dr[h] = _mm_sub_epi32(pairSums<Tier>(a.r[h]), half);
-    }
-    storeChroma<Tier>(u, db[0], db[1], 16121);
-    storeChroma<Tier>(v, dr[0], dr[1], 28737);
+    const __m128i half = _mm_srai_epi16(_mm_add_epi16(a.lumaEven, a.lumaOdd), 1);
+    storeChroma<Tier>(u, v, _mm_sub_epi16(_mm_add_epi16(a.bEven, a.bOdd), half),
+                      _mm_sub_epi16(_mm_add_epi16(a.rEven, a.rOdd), half));
 }
 
 template <typename Tier>
@@ -165,37 +183,13 @@ void row422(const Lum8u* s, Lum8u* y, Lum8u* u, Lum8u* v, size_t pairs)
 
 // ---- YUV 4:2:0 to BGR
 
-// 16 columns of one row: 2 Y plus the chroma terms, saturating, halved, packed, joined as BGR.
-template <typename Tier>
-void bgrRow16(const Lum8u* y, Lum8u* d, const __m128i (&blue)[2], const __m128i (&greenU)[2],
-              const __m128i (&greenV)[2], const __m128i (&red)[2])
-{
-    const __m128i yv = load16<Tier>(y), zero = _mm_setzero_si128();
-    const __m128i y2[2] = {_mm_slli_epi16(_mm_unpacklo_epi8(yv, zero), 1),
-                           _mm_slli_epi16(_mm_unpackhi_epi8(yv, zero), 1)};
-    __m128i out[3][2];
-    for (int h = 0; h < 2; ++h) {
-        out[0][h] = _mm_srai_epi16(_mm_adds_epi16(y2[h], blue[h]), 1);
-        out[1][h] = _mm_srai_epi16(_mm_adds_epi16(_mm_adds_epi16(y2[h], greenU[h]), greenV[h]), 1);
-        out[2][h] = _mm_srai_epi16(_mm_adds_epi16(y2[h], red[h]), 1);
-    }
-    __m128i b = _mm_packus_epi16(out[0][0], out[0][1]), g = _mm_packus_epi16(out[1][0], out[1][1]),
-            r = _mm_packus_epi16(out[2][0], out[2][1]);
-    for (int round = 0; round < 4; ++round) unzip<Tier>(b, g, r);
-    store16<Tier>(d, b);
-    store16<Tier>(d + 16, g);
-    store16<Tier>(d + 32, r);
-}
-
-// Eight chroma samples, 16 U - 2048 saturated, times a coefficient, high half, each doubled for
-// the two columns it serves.
-template <typename Tier>
-void chromaTerm(__m128i c1, short k, __m128i (&out)[2])
-{
-    const __m128i t = _mm_mulhi_epi16(c1, _mm_set1_epi16(k));
-    out[0] = _mm_unpacklo_epi16(t, t);
-    out[1] = _mm_unpackhi_epi16(t, t);
-}
+// The chroma terms of eight samples, each serving two columns. 16 U - 2048 and 16 V - 2048 times
+// their coefficients, high halves; green's two terms joined. No 16-bit sum of 2 Y and the terms can
+// saturate (2 Y is at most 510, a term at most 521 in size), so (2 Y + t) >> 1 equals Y + (t >> 1),
+// and the halved terms are added to Y once per pixel.
+struct BgrTerms {
+    __m128i blue, green, red;
+};
 
 template <typename Tier>
 __m128i chroma1(const Lum8u* p)
@@ -205,6 +199,35 @@ __m128i chroma1(const Lum8u* p)
     return _mm_subs_epi16(_mm_slli_epi16(c, 4), _mm_set1_epi16(2048));
 }
 
+template <typename Tier>
+BgrTerms bgrTerms(const Lum8u* u, const Lum8u* v)
+{
+    const __m128i u1 = chroma1<Tier>(u), v1 = chroma1<Tier>(v);
+    const __m128i greenU = _mm_mulhi_epi16(u1, _mm_set1_epi16(-3228));
+    const __m128i greenV = _mm_mulhi_epi16(v1, _mm_set1_epi16(-4760));
+    return {_mm_srai_epi16(_mm_mulhi_epi16(u1, _mm_set1_epi16(16646)), 1),
+            _mm_srai_epi16(_mm_add_epi16(greenU, greenV), 1),
+            _mm_srai_epi16(_mm_mulhi_epi16(v1, _mm_set1_epi16(9339)), 1)};
+}
+
+// 16 columns of one row: the even and the odd columns each take the eight terms as they are; the
+// sums packed with saturation straight into the runs that three unzip rounds join into BGR pixels.
+template <typename Tier>
+void bgrRow16(const Lum8u* y, Lum8u* d, const BgrTerms& t)
+{
+    const __m128i yv = load16<Tier>(y);
+    const __m128i even = _mm_and_si128(yv, _mm_set1_epi16(0x00FF)), odd = _mm_srli_epi16(yv, 8);
+    __m128i a = _mm_packus_epi16(_mm_add_epi16(even, t.blue), _mm_add_epi16(even, t.green));
+    __m128i b = _mm_packus_epi16(_mm_add_epi16(even, t.red), _mm_add_epi16(odd, t.blue));
+    __m128i c = _mm_packus_epi16(_mm_add_epi16(odd, t.green), _mm_add_epi16(odd, t.red));
+    unzip<Tier>(a, b, c);
+    unzip<Tier>(a, b, c);
+    unzip<Tier>(a, b, c);
+    store16<Tier>(d, a);
+    store16<Tier>(d + 16, b);
+    store16<Tier>(d + 32, c);
+}
+
 // A pair of rows: blocks of 16 columns; the column pairs left over by the same formulas, scalar.
 template <typename Tier>
 void pairRowsBgr(const Lum8u* y0, const Lum8u* y1, const Lum8u* u, const Lum8u* v, Lum8u* d0, Lum8u* d1,
@@ -212,14 +235,9 @@ void pairRowsBgr(const Lum8u* y0, const Lum8u* y1, const Lum8u* u, const Lum8u* 
 {
     size_t c = 0;
     for (; pairs - c >= 8; c += 8) {
-        const __m128i u1 = chroma1<Tier>(u + c), v1 = chroma1<Tier>(v + c);
-        __m128i blue[2], greenU[2], greenV[2], red[2];
-        chromaTerm<Tier>(u1, 16646, blue);
-        chromaTerm<Tier>(u1, -3228, greenU);
-        chromaTerm<Tier>(v1, -4760, greenV);
-        chromaTerm<Tier>(v1, 9339, red);
-        bgrRow16<Tier>(y0 + 2 * c, d0 + 6 * c, blue, greenU, greenV, red);
-        bgrRow16<Tier>(y1 + 2 * c, d1 + 6 * c, blue, greenU, greenV, red);
+        const BgrTerms t = bgrTerms<Tier>(u + c, v + c);
+        bgrRow16<Tier>(y0 + 2 * c, d0 + 6 * c, t);
+        bgrRow16<Tier>(y1 + 2 * c, d1 + 6 * c, t);
     }
     for (size_t x = 2 * c; x < 2 * pairs; ++x) {
         yuv::vectorBgr(y0[x], u[x / 2], v[x / 2], d0 + 3 * x);
