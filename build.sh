@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # One entry point for a fresh Debian 12 machine: installs what is missing, configures, builds, runs.
-#   ./build.sh demo       build and run the demo program
+#   ./build.sh demo       build and run the demo programs, ending with the JPEG codec's demo
 #   ./build.sh test       build and run every test
 #   ./build.sh sanitize   the test suite under AddressSanitizer and UndefinedBehaviorSanitizer
 #   ./build.sh tsan       the threading tests under ThreadSanitizer
@@ -13,7 +13,7 @@ cd "$(dirname "$0")"
 mode=${1:-test}
 jobs=$(nproc 2>/dev/null || echo 2)
 
-packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev libopencv-dev libyuv-dev libjpeg62-turbo-dev libturbojpeg0-dev libjpeg-turbo-progs clang libclang-rt-14-dev)
+packages=(cmake make g++ pkg-config binutils libgtest-dev libgmock-dev libbenchmark-dev libopencv-dev libyuv-dev libjpeg62-turbo-dev libturbojpeg0-dev libjpeg-turbo-progs imagemagick clang libclang-rt-14-dev)
 [ "$mode" = clang ] && packages+=(clang)
 missing=()
 for p in "${packages[@]}"; do
@@ -38,10 +38,12 @@ configure_and_test() {
 case "$mode" in
 demo)
     cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
-    cmake --build build -j "$jobs" --target lum-demo lum-probe
+    cmake --build build -j "$jobs" --target lum-demo lum-probe lumjpeg
     ./build/tools/lum-probe
     echo
     ./build/tools/lum-demo
+    echo
+    ./build/tools/lumjpeg/lumjpeg demo --out build/lumjpeg-demo
     ;;
 test)
     configure_and_test build -DLUM_BUILD_TESTS=ON -DLUM_BUILD_BENCH=ON -DLUM_WERROR=ON
