@@ -25,12 +25,6 @@ using namespace lumjpegtest;
 using lumjpeg::Image;
 using lumjpeg::Sampling;
 
-Image readPnmFile(const std::string& path)
-{
-    const std::vector<uint8_t> b = lumjpeg::readFile(path);
-    return lumjpeg::parsePnm(b.data(), b.size());
-}
-
 const Image& photo()
 {
     static const Image p = readPnmFile(demoPhoto());

@@ -17,6 +17,7 @@
 #include <memory>
 #include <vector>
 
+#include "image.h"
 #include "test_support.h"
 
 namespace lumjpegtest {
@@ -41,6 +42,13 @@ inline CommandResult run(const std::string& command)
 }
 
 inline std::string quoted(const std::string& path) { return "'" + path + "'"; }
+
+// A PGM, PPM or PAM file as an image.
+inline lumjpeg::Image readPnmFile(const std::string& path)
+{
+    const std::vector<uint8_t> bytes = lumjpeg::readFile(path);
+    return lumjpeg::parsePnm(bytes.data(), bytes.size());
+}
 
 inline std::string lumjpegTool() { return LUMJPEG_TOOL; }
 

@@ -1,5 +1,6 @@
 // The demo: the tier in use, then baseline and progressive encoding of one photo, decoded back, with
-// a table of sizes, bits per pixel, PSNR against the source and speed in megapixels per second.
+// a table of sizes, bits per pixel, PSNR against the source and speed in megapixels per second; then
+// a thumbnail and an enlargement through the library's resize.
 #include "demo.h"
 
 #include <lum.h>
@@ -10,6 +11,7 @@
 
 #include "codec.h"
 #include "image.h"
+#include "resize.h"
 
 extern "C" const unsigned char lumjpegDemoPhoto[];
 extern "C" const unsigned char lumjpegDemoPhotoEnd[];
@@ -92,7 +94,29 @@ int runDemo(const std::string& photoPath, const std::string& outDir)
                     8.0 * static_cast<double>(jpeg.size()) / (megapixels * 1e6), psnr(source, decoded.image),
                     megapixels / enc, megapixels / dec);
     }
-    std::printf("\nfiles written to %s/ (source, JPEG files and their decoded images)\n", outDir.c_str());
+
+    // A thumbnail by exact area means and a 2x enlargement, both through the library's resize.
+    const bool rgb = source.channels == 3;
+    const struct {
+        const char* label;
+        const char* file;
+        int width, height, mode;
+    } scalings[] = {
+        {"thumbnail 1/4, super", "thumbnail", std::max(1, source.width / 4), std::max(1, source.height / 4),
+         rgb ? lumResizeSuper : lumResizeLinear},
+        {"enlargement 2x, cubic", "enlarged-2x", source.width * 2, source.height * 2, lumResizeCubic},
+    };
+    std::printf("\n%-24s %11s %13s\n", "resize", "size", "MP/s out");
+    for (const auto& s : scalings) {
+        Image scaled;
+        const double t = bestTime(s.label, [&] { scaled = resizeImage(source, s.width, s.height, s.mode); });
+        writeFile(outDir + "/" + s.file + (rgb ? ".ppm" : ".pgm"), formatPnm(scaled));
+        std::printf("%-24s %5dx%-5d %13.1f\n", s.label, scaled.width, scaled.height,
+                    static_cast<double>(scaled.width) * scaled.height / 1e6 / t);
+    }
+
+    std::printf("\nfiles written to %s/ (source, JPEG files, their decoded images, thumbnail, enlargement)\n",
+                outDir.c_str());
     return 0;
 }
 

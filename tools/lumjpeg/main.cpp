@@ -4,10 +4,13 @@
 //                  [--optimize] [--restart N]
 //   lumjpeg decode IN.jpg OUT.ppm|OUT.pgm|OUT.pam
 //   lumjpeg info IN.jpg
+//   lumjpeg resize IN.ppm|IN.pgm OUT.ppm|OUT.pgm (--size WxH | --scale F) [--mode MODE]
 // Exit status: 0 done, 1 error, 2 decoded with warnings (damaged data).
 #include <lum.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <string>
@@ -18,6 +21,7 @@
 #include "codec.h"
 #include "demo.h"
 #include "jpeg_markers.h"
+#include "resize.h"
 
 namespace {
 
@@ -28,7 +32,9 @@ const char kUsage[] =
     "       lumjpeg encode IN.ppm|IN.pgm OUT.jpg [--quality N] [--sampling 444|422|420]\n"
     "                      [--progressive] [--optimize] [--restart N]\n"
     "       lumjpeg decode IN.jpg OUT.ppm|OUT.pgm|OUT.pam\n"
-    "       lumjpeg info IN.jpg\n";
+    "       lumjpeg info IN.jpg\n"
+    "       lumjpeg resize IN.ppm|IN.pgm OUT.ppm|OUT.pgm (--size WxH | --scale F)\n"
+    "                      [--mode nearest|linear|cubic|lanczos|super]\n";
 
 int info(const std::vector<std::string>& args)
 {
@@ -100,6 +106,47 @@ int decode(const std::vector<std::string>& args)
     return result.warnings.empty() ? 0 : 2;
 }
 
+int resize(const std::vector<std::string>& args)
+{
+    std::vector<std::string> files;
+    int width = 0, height = 0, mode = lumResizeLinear;
+    double scale = 0.0;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string& a = args[i];
+        const auto value = [&]() -> const std::string& {
+            if (i + 1 >= args.size()) throw Error(a + " needs a value");
+            return args[++i];
+        };
+        if (a == "--size") {
+            const std::string& v = value();
+            const size_t x = v.find('x');
+            if (x == std::string::npos) throw Error("--size must be WxH");
+            width = parseNumber(v.substr(0, x), 1, 65535, "width");
+            height = parseNumber(v.substr(x + 1), 1, 65535, "height");
+        } else if (a == "--scale") {
+            char* end = nullptr;
+            scale = std::strtod(value().c_str(), &end);
+            if (*end != '\0' || !(scale > 0.0 && scale <= 64.0)) throw Error("--scale must be in (0, 64]");
+        } else if (a == "--mode") {
+            mode = interpolationByName(value());
+        } else if (a.size() > 1 && a[0] == '-') {
+            throw Error("unknown option " + a);
+        } else {
+            files.push_back(a);
+        }
+    }
+    if (files.size() != 2) throw Error("resize takes an input and an output file");
+    const std::vector<uint8_t> bytes = readFile(files[0]);
+    const Image image = parsePnm(bytes.data(), bytes.size());
+    if (scale > 0.0) {
+        width = std::max(1, static_cast<int>(image.width * scale + 0.5));
+        height = std::max(1, static_cast<int>(image.height * scale + 0.5));
+    }
+    if (width < 1) throw Error("resize needs --size or --scale");
+    writeFile(files[1], formatPnm(resizeImage(image, width, height, mode)));
+    return 0;
+}
+
 int demo(const std::vector<std::string>& args)
 {
     std::string photo, out = "lumjpeg-demo";
@@ -123,6 +170,7 @@ int run(int argc, char** argv)
     if (command == "info") return info(args);
     if (command == "encode") return encode(args);
     if (command == "decode") return decode(args);
+    if (command == "resize") return resize(args);
     if (command == "demo") return demo(args);
     if (command == "-h" || command == "--help" || command == "help") {
         std::fputs(kUsage, stdout);
