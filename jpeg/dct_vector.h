@@ -26,6 +26,9 @@ inline constexpr Lum16s kClassWeights[4][8] = {
 // Rows 0 and 4 are class 0, 1 and 7 class 1, 2 and 6 class 2, 3 and 5 class 3.
 inline constexpr int kRowClass[8] = {0, 1, 2, 3, 0, 3, 2, 1};
 
+// Row r of class r (r < 4) and the other row of its class.
+inline constexpr int kPartnerRow[4] = {4, 7, 6, 5};
+
 // The inverse row stage's rounding terms: they pre-compensate the column stage's truncations, and
 // row 0's also rounds the final shift by 5.
 inline constexpr int32_t kInverseRounding[8] = {65536, 5802, 4520, 3408, 2048, 910, 1024, 746};
@@ -59,9 +62,8 @@ constexpr int weight(int cls, int k, int n)
     return j == 8 ? 0 : sign * kClassWeights[cls][j];
 }
 
-// Forward row weights, laid out for the multiply-add of 16-bit pairs: vector 2h+p of a class
-// pairs positions 2p, 2p+1 for the four frequencies 4h..4h+3, against [s0 s1 d0 d1] or [s2 s3 d2 d3]
-// repeated (even frequencies take the sums, odd ones the differences).
+// Forward row weights, laid out for the multiply-add of 16-bit pairs: even frequencies take the sums
+// of mirrored elements, odd ones the differences. a6 and the 128-bit tiers order them differently.
 struct alignas(16) ForwardWeights {
     Lum16s v[4][4][8];
 };
@@ -76,15 +78,18 @@ struct alignas(16) InverseWeights {
 
 inline constexpr int kInversePairs[4][2] = {{0, 2}, {1, 3}, {4, 6}, {5, 7}};
 
-constexpr ForwardWeights makeForwardWeights()
+// Vector 2h+p, lane q of a class: frequency 4h+q, positions 2 pairOf(p, q) and the next one.
+template <typename PairOf>
+constexpr ForwardWeights makeForwardWeights(PairOf pairOf)
 {
     ForwardWeights w{};
     for (int c = 0; c < 4; ++c)
         for (int h = 0; h < 2; ++h)
             for (int p = 0; p < 2; ++p)
-                for (int kk = 0; kk < 4; ++kk)
+                for (int q = 0; q < 4; ++q)
                     for (int e = 0; e < 2; ++e)
-                        w.v[c][2 * h + p][2 * kk + e] = static_cast<Lum16s>(weight(c, 4 * h + kk, 2 * p + e));
+                        w.v[c][2 * h + p][2 * q + e] =
+                            static_cast<Lum16s>(weight(c, 4 * h + q, 2 * pairOf(p, q) + e));
     return w;
 }
 
@@ -99,7 +104,13 @@ constexpr InverseWeights makeInverseWeights()
     return w;
 }
 
-inline constexpr ForwardWeights kForwardWeights = makeForwardWeights();
+// a6's forward row weights, against [s0 s1 d0 d1] (p = 0) or [s2 s3 d2 d3] (p = 1) repeated.
+inline constexpr ForwardWeights kForwardWeights = makeForwardWeights([](int p, int) { return p; });
+
+// w7's and t7's forward row weights, against [s01 d01 s23 d23] of a row (p = 0) or the same with its
+// halves swapped (p = 1): lane q, a frequency of q's parity, meets the pair 2((q/2) xor p).
+inline constexpr ForwardWeights kForwardPairWeights =
+    makeForwardWeights([](int p, int q) { return (q / 2) ^ p; });
 inline constexpr InverseWeights kInverseWeights = makeInverseWeights();
 
 // Forward column stage: x[i] holds row i of the columns in hand, all in saturating 16-bit steps.
@@ -179,17 +190,26 @@ LUM_BLOCK_INLINE __m128i descale(__m128i lo, __m128i hi, int32_t rounding, int s
                            _mm_srai_epi32(_mm_add_epi32(hi, r), shift));
 }
 
-// Forward row stage: sums and differences of mirrored elements, then four dot products per half.
+// Forward row stage of two rows of one class, a and b: the mirrored halves of both rows meet in one
+// register, so that one saturating add and one subtract give the sums and differences of both.
+// [s01 d01 s23 d23] of a row against its weights, plus the same with the halves swapped against the
+// other weights, gives four whole dot products; two such pairs give the row's eight outputs.
 template <typename Tier>
-LUM_BLOCK_INLINE __m128i forwardRow(__m128i a, const Lum16s (&w)[4][8])
+LUM_BLOCK_INLINE void forwardRows(__m128i& a, __m128i& b, const Lum16s (&w)[4][8])
 {
-    // Lanes 0..3 hold a7 a6 a5 a4; the upper lanes are not used.
-    const __m128i mirrored = _mm_shuffle_epi32(_mm_shufflehi_epi16(a, 0x1B), 0x4E);
-    const __m128i sd = _mm_unpacklo_epi32(_mm_adds_epi16(a, mirrored), _mm_subs_epi16(a, mirrored));
-    const __m128i v01 = _mm_shuffle_epi32(sd, 0x44), v23 = _mm_shuffle_epi32(sd, 0xEE);
-    const __m128i lo = _mm_add_epi32(_mm_madd_epi16(v01, weights<Tier>(w[0])), _mm_madd_epi16(v23, weights<Tier>(w[1])));
-    const __m128i hi = _mm_add_epi32(_mm_madd_epi16(v01, weights<Tier>(w[2])), _mm_madd_epi16(v23, weights<Tier>(w[3])));
-    return descale<Tier>(lo, hi, 524288, 20);
+    const __m128i front = _mm_unpacklo_epi64(a, b);
+    const __m128i back = _mm_shufflehi_epi16(_mm_shufflelo_epi16(_mm_unpackhi_epi64(a, b), 0x1B), 0x1B);
+    const __m128i s = _mm_adds_epi16(front, back), d = _mm_subs_epi16(front, back);
+    const auto row = [&](__m128i sd) {
+        const __m128i swapped = _mm_shuffle_epi32(sd, 0x4E);
+        const __m128i lo = _mm_add_epi32(_mm_madd_epi16(sd, weights<Tier>(w[0])),
+                                         _mm_madd_epi16(swapped, weights<Tier>(w[1])));
+        const __m128i hi = _mm_add_epi32(_mm_madd_epi16(sd, weights<Tier>(w[2])),
+                                         _mm_madd_epi16(swapped, weights<Tier>(w[3])));
+        return descale<Tier>(lo, hi, 524288, 20);
+    };
+    a = row(_mm_unpacklo_epi32(s, d));
+    b = row(_mm_unpackhi_epi32(s, d));
 }
 
 // Inverse row stage: the row's rounding goes into the even sums, then both halves come from E +- O.
@@ -209,23 +229,24 @@ LUM_BLOCK_INLINE __m128i inverseRow(__m128i x, const Lum16s (&w)[4][8], const in
     return _mm_packs_epi32(lo, hi);
 }
 
-// Calls f(0) .. f(7) as straight-line code, each index a constant: the row class and its weights
-// are then fixed per row.
+// Calls f(0) .. f(N-1) as straight-line code, each index a constant: row classes, partner rows and
+// weights are then fixed, and the rows stay in registers.
 template <typename F, size_t... I>
-LUM_BLOCK_INLINE void eachRow(F&& f, std::index_sequence<I...>)
+LUM_BLOCK_INLINE void unrolled(F&& f, std::index_sequence<I...>)
 {
     (f(std::integral_constant<int, I>{}), ...);
 }
 
-template <typename F>
-LUM_BLOCK_INLINE void eachRow(F&& f)
+template <int N, typename F>
+LUM_BLOCK_INLINE void unrolled(F&& f)
 {
-    eachRow(f, std::make_index_sequence<8>{});
+    unrolled(f, std::make_index_sequence<N>{});
 }
 
-// A block on a 16-byte boundary is transformed in place. Any other is read with unaligned loads
-// (the tier's own in the forward transform) into an aligned block on the stack and written back in
-// 8-byte halves, so that no store splits across the caller's alignment.
+// A block on a 16-byte boundary is read and written with aligned 16-byte moves. Any other is read
+// with unaligned loads (the tier's own in the forward transform) and written back in 8-byte halves,
+// so that no store splits across the caller's alignment. Between the stages the eight rows stay in
+// registers in both paths.
 template <typename Tier, bool Aligned>
 struct BlockPath {
     using O = simd::Ops128<Tier>;
@@ -247,27 +268,20 @@ struct BlockPath {
 
     static void forward(Lum16s* block)
     {
-        alignas(16) Lum16s stack[kBlockSize];
-        Lum16s* mid = Aligned ? block : stack;
         __m128i x[8];
         for (int i = 0; i < 8; ++i) x[i] = read(block + 8 * i, true);
         forwardColumns<O, true>(x);
-        for (int i = 0; i < 8; ++i) O::store(mid + 8 * i, x[i]);
-        eachRow([&](auto r) {
-            write(block + 8 * r, forwardRow<Tier>(O::load(mid + 8 * r), kForwardWeights.v[kRowClass[r]]));
-        });
+        unrolled<4>([&](auto c) { forwardRows<Tier>(x[c], x[kPartnerRow[c]], kForwardPairWeights.v[c]); });
+        for (int i = 0; i < 8; ++i) write(block + 8 * i, x[i]);
     }
 
     static void inverse(Lum16s* block)
     {
-        alignas(16) Lum16s stack[kBlockSize];
-        Lum16s* mid = Aligned ? block : stack;
-        eachRow([&](auto r) {
-            const __m128i x = read(block + 8 * r, false);
-            O::store(mid + 8 * r, inverseRow<Tier>(x, kInverseWeights.v[kRowClass[r]], kInverseRoundingQuads.v[r]));
-        });
         __m128i y[8];
-        for (int i = 0; i < 8; ++i) y[i] = O::load(mid + 8 * i);
+        unrolled<8>([&](auto r) {
+            y[r] = inverseRow<Tier>(read(block + 8 * r, false), kInverseWeights.v[kRowClass[r]],
+                                    kInverseRoundingQuads.v[r]);
+        });
         inverseColumns<O>(y);
         for (int i = 0; i < 8; ++i) write(block + 8 * i, y[i]);
     }
