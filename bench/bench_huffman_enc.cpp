@@ -118,7 +118,7 @@ const Image& image(int quality)
     return quality == 75 ? q75 : q95;
 }
 
-// Spec and state records, at the addresses the caller gives.
+// Code table and state records, at the addresses the caller gives.
 struct Records {
     std::vector<uint8_t> dc[2], ac[2], state;
     Records() : state(1048)

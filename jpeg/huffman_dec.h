@@ -65,11 +65,11 @@ static inline void storeAt(void* base, size_t offset, T v)
     std::memcpy(static_cast<Lum8u*>(base) + offset, &v, sizeof v);
 }
 
-// Read-only view of a built spec at any address.
+// Read-only view of a built decoder code table at any address.
 struct SpecView {
     const Lum8u* p;
 
-    explicit SpecView(const LumDecodeHuffmanSpec* spec) : p(reinterpret_cast<const Lum8u*>(spec)) {}
+    explicit SpecView(const LumDecodeHuffmanSpec* huffTable) : p(reinterpret_cast<const Lum8u*>(huffTable)) {}
 
     uint32_t lookup8(uint32_t bits8) const
     {

@@ -126,32 +126,32 @@ struct NarrowReader : ReaderBase<NarrowReader<Tier>> {
         return v;
     }
 
-    LumStatus decodeSymbol(SpecView spec, uint32_t& symbol)
+    LumStatus decodeSymbol(SpecView huffTable, uint32_t& symbol)
     {
         if (st.count < 8) {
             const LumStatus s = fill(0);
             if (s < 0) return s;
-            if (st.count < 8) return decodeLong(1, spec, symbol);
+            if (st.count < 8) return decodeLong(1, huffTable, symbol);
         }
-        const uint32_t entry = spec.lookup8(static_cast<uint32_t>(st.acc >> (st.count - 8)) & 0xFF);
+        const uint32_t entry = huffTable.lookup8(static_cast<uint32_t>(st.acc >> (st.count - 8)) & 0xFF);
         if ((entry >> 16) != 0) {
             st.count -= static_cast<int32_t>(entry >> 16);
             symbol = entry & 0xFFFF;
             return lumStsNoErr;
         }
-        return decodeLong(9, spec, symbol);
+        return decodeLong(9, huffTable, symbol);
     }
 
     // DecodeSymbolLong: the code grows one bit at a time until it is not above the length's limit.
     // A code that is not in the table ends past length 16 with symbol 0, all its bits consumed.
-    LumStatus decodeLong(int32_t length, SpecView spec, uint32_t& symbol)
+    LumStatus decodeLong(int32_t length, SpecView huffTable, uint32_t& symbol)
     {
         if (st.count < length) {
             const LumStatus s = fill(length);
             if (s < 0) return s;
         }
         uint32_t c = take(length);
-        while (static_cast<int32_t>(c) > spec.walkLimit(length)) {
+        while (static_cast<int32_t>(c) > huffTable.walkLimit(length)) {
             if (st.count == 0) {
                 const LumStatus s = fill(1);
                 if (s < 0) return s;
@@ -159,7 +159,7 @@ struct NarrowReader : ReaderBase<NarrowReader<Tier>> {
             c = c << 1 | take(1);
             ++length;
         }
-        symbol = length <= 16 ? spec.symbol(length, c) : 0;
+        symbol = length <= 16 ? huffTable.symbol(length, c) : 0;
         return lumStsNoErr;
     }
 
@@ -254,7 +254,7 @@ struct WideReader : ReaderBase<WideReader<Tier>> {
     }
 
     // The walk stops at 16: a code that is not in the table gives symbol 0 and consumes nothing.
-    LumStatus decodeSymbol(SpecView spec, uint32_t& symbol)
+    LumStatus decodeSymbol(SpecView huffTable, uint32_t& symbol)
     {
         if (st.count < 16) {
             const LumStatus s = fill(0);
@@ -262,7 +262,7 @@ struct WideReader : ReaderBase<WideReader<Tier>> {
         }
         int32_t length = 1;
         if (st.count >= 8) {
-            const uint32_t entry = spec.lookup8(static_cast<uint32_t>(st.acc >> 56));
+            const uint32_t entry = huffTable.lookup8(static_cast<uint32_t>(st.acc >> 56));
             if ((entry >> 16) != 0) {
                 take(static_cast<int32_t>(entry >> 16));
                 symbol = entry & 0xFFFF;
@@ -273,9 +273,9 @@ struct WideReader : ReaderBase<WideReader<Tier>> {
         for (; length <= 16; ++length) {
             if (st.count < length) return lumStsOutOfBuffer;
             const uint32_t c = static_cast<uint32_t>(st.acc >> (64 - length));
-            if (static_cast<int32_t>(c) <= spec.walkLimit(length)) {
+            if (static_cast<int32_t>(c) <= huffTable.walkLimit(length)) {
                 take(length);
-                symbol = spec.symbol(length, c);
+                symbol = huffTable.symbol(length, c);
                 return lumStsNoErr;
             }
         }

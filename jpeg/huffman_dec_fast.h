@@ -75,10 +75,10 @@ struct FastReader {
         count -= n;
     }
 
-    bool symbol(SpecView spec, uint32_t& symbol)
+    bool symbol(SpecView huffTable, uint32_t& symbol)
     {
         if (count < 8 && !refill()) return false;
-        const uint32_t entry = spec.lookup8(static_cast<uint32_t>(acc >> 56));
+        const uint32_t entry = huffTable.lookup8(static_cast<uint32_t>(acc >> 56));
         if ((entry >> 16) != 0) {
             drop(static_cast<int32_t>(entry >> 16));
             symbol = entry & 0xFFFF;
@@ -87,9 +87,9 @@ struct FastReader {
         if (count < 16 && !refill()) return false;
         for (int32_t length = 9; length <= 16; ++length) {
             const uint32_t c = static_cast<uint32_t>(acc >> (64 - length));
-            if (static_cast<int32_t>(c) <= spec.walkLimit(length)) {
+            if (static_cast<int32_t>(c) <= huffTable.walkLimit(length)) {
                 drop(length);
-                symbol = spec.symbol(length, c);
+                symbol = huffTable.symbol(length, c);
                 return true;
             }
         }

@@ -372,7 +372,7 @@ inline LumStatus writeSize(Lum32s* pSize, Lum32s size)
 }
 
 // Builds the code table from the BITS and HUFFVAL lists. Refuses more than 256 codes before any
-// code is given out, and a code that reaches all ones at a length in use; a refused spec is zero.
+// code is given out, and a code that reaches all ones at a length in use; a refused code table is zero.
 template <typename Tier>
 LumStatus specInit(const Lum8u* pBits, const Lum8u* pVals, LumEncodeHuffmanSpec* pSpec)
 {

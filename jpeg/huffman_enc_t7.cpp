@@ -1,4 +1,4 @@
-// Encoder spec and state initialisation, tier t7: the shared code over this tier's clear kernel.
+// Encoder code table and state initialisation, tier t7: the shared code over this tier's clear kernel.
 #include "jpeg/huffman_enc.h"
 
 namespace lum::t7 {

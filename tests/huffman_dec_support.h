@@ -106,7 +106,7 @@ inline int sizeOfValue(int v)
     return s;
 }
 
-// Spec records with room around them, at a chosen byte offset.
+// Code-table records with room around them, at a chosen byte offset.
 class SpecBuffer {
 public:
     explicit SpecBuffer(size_t offset = 0) : bytes_(1644 + 64 + offset, 0xA5), offset_(offset) {}
@@ -124,12 +124,12 @@ private:
     size_t offset_;
 };
 
-inline void buildSpec(const HuffTable& t, LumDecodeHuffmanSpec* spec)
+inline void buildSpec(const HuffTable& t, LumDecodeHuffmanSpec* huffTable)
 {
-    ASSERT_EQ(lumiDecodeHuffmanSpecInit_JPEG_8u(t.bits.data(), t.vals.data(), spec), lumStsNoErr);
+    ASSERT_EQ(lumiDecodeHuffmanSpecInit_JPEG_8u(t.bits.data(), t.vals.data(), huffTable), lumStsNoErr);
 }
 
-// Field readers of a built spec, by byte offset as the record lies.
+// Field readers of a built decoder code table, by byte offset as the record lies.
 inline uint32_t lookup8Of(const LumDecodeHuffmanSpec* s, int i)
 {
     return lum::hdec::loadAt<uint32_t>(s, 512 + 4 * i);

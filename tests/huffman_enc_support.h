@@ -39,9 +39,9 @@ private:
     size_t offset_;
 };
 
-class Spec {
+class SpecRecord {
 public:
-    explicit Spec(size_t offset = 0) : buf_(kSpecBytes, offset) {}
+    explicit SpecRecord(size_t offset = 0) : buf_(kSpecBytes, offset) {}
     LumEncodeHuffmanSpec* get() { return reinterpret_cast<LumEncodeHuffmanSpec*>(buf_.data()); }
     uint8_t* bytes() { return buf_.data(); }
     uint32_t entry(int symbol)
@@ -134,9 +134,9 @@ inline TableSpec tinyAcTable()
     return t;
 }
 
-inline void initSpec(Spec& spec, const TableSpec& t)
+inline void initSpec(SpecRecord& huffTable, const TableSpec& t)
 {
-    ASSERT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(t.bits.data(), t.vals.data(), spec.get()), lumStsNoErr);
+    ASSERT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(t.bits.data(), t.vals.data(), huffTable.get()), lumStsNoErr);
 }
 
 inline model::Table modelTable(const TableSpec& t) { return model::makeTable(t.bits.data(), t.vals.data()); }
@@ -225,7 +225,7 @@ inline model::Block blockWith(std::initializer_list<std::pair<int, int>> zigzagV
 
 // Records at odd addresses, the standard luminance DC table, an AC table, a canary-filled output.
 struct EncoderFixture {
-    Spec dc{3}, ac{1};
+    SpecRecord dc{3}, ac{1};
     State state{5};
     std::vector<uint8_t> buf;
     Lum32s pos = 0;

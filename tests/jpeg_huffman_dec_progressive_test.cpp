@@ -174,13 +174,13 @@ TEST_P(HuffDecProgressive, AcFirstRunPastTheBandDiffersByTier)
 TEST_P(HuffDecProgressive, AcFirstUndecodableCodeDiffersInBitsConsumed)
 {
     HuffTable small{{0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, {0x01}};  // one code: 00
-    SpecBuffer spec;
-    buildSpec(small, spec.get());
+    SpecBuffer huffTable;
+    buildSpec(small, huffTable.get());
     std::vector<uint8_t> bytes(12, 0xC3);  // 11..., not a code
     Session s(bytes);
     writeState(&s.state, {0, 0, 0, -3, 0});  // not above 0: the block is decoded
     Block b{};
-    EXPECT_EQ(s.acFirst(b.data(), 1, 63, 0, spec.get()), lumStsNoErr);
+    EXPECT_EQ(s.acFirst(b.data(), 1, 63, 0, huffTable.get()), lumStsNoErr);
     EXPECT_EQ(s.view().eobRun, 0);
     const int consumed = 8 * s.pos - s.view().bitCount;
     EXPECT_EQ(consumed, wide() ? 0 : 32);

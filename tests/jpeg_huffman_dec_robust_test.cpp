@@ -163,9 +163,9 @@ TEST_P(HuffDecRobust, RandomStreamsWithRandomTables)
             total += n;
         }
         for (int i = 0; i < total; ++i) t.vals.push_back(static_cast<uint8_t>(rng()));
-        SpecBuffer spec;
-        buildSpec(t, spec.get());
-        ASSERT_TRUE(spec.guardsIntact());
+        SpecBuffer huffTable;
+        buildSpec(t, huffTable.get());
+        ASSERT_TRUE(huffTable.guardsIntact());
         std::vector<uint8_t> stream(1 + rng() % 300);
         const bool manyFF = round % 2 == 0;
         for (auto& b : stream) b = manyFF && rng() % 4 == 0 ? 0xFF : static_cast<uint8_t>(rng());
@@ -176,8 +176,8 @@ TEST_P(HuffDecRobust, RandomStreamsWithRandomTables)
             plan.ss = 1 + static_cast<int>(rng() % 63);
             plan.se = plan.ss + static_cast<int>(rng() % (64 - plan.ss));
             plan.al = static_cast<int>(rng() % 14);
-            plan.dc = spec.get();
-            plan.ac = spec.get();
+            plan.dc = huffTable.get();
+            plan.ac = huffTable.get();
             const HostileRun run = decodeHostile(stream, plan, 200);
             EXPECT_EQ(run.badStatus, 0);
             EXPECT_EQ(run.guardHits, 0);

@@ -213,10 +213,10 @@ TEST(HuffDecBits, EmptyBufferFillsNothingAndTheWalkRunsOut)
     ReaderRig<Narrow> r({});
     EXPECT_EQ(r.rd.fill(0), lumStsNoErr);
     EXPECT_EQ(r.rd.fill(1), lumStsOutOfBuffer);
-    SpecBuffer spec;
-    buildSpec(dcLuminance(), spec.get());
+    SpecBuffer huffTable;
+    buildSpec(dcLuminance(), huffTable.get());
     uint32_t symbol = 99;
-    EXPECT_EQ(r.rd.decodeSymbol(lum::hdec::SpecView(spec.get()), symbol), lumStsOutOfBuffer);
+    EXPECT_EQ(r.rd.decodeSymbol(lum::hdec::SpecView(huffTable.get()), symbol), lumStsOutOfBuffer);
     EXPECT_EQ(symbol, 99u);
 }
 
@@ -279,9 +279,9 @@ TEST(HuffDecBits, UndecodableCodeWalksUntilTheCodeTurnsNegative)
     HuffTable t;
     t.bits[0] = 1;
     t.vals = {5};
-    SpecBuffer spec;
-    buildSpec(t, spec.get());
-    const lum::hdec::SpecView view(spec.get());
+    SpecBuffer huffTable;
+    buildSpec(t, huffTable.get());
+    const lum::hdec::SpecView view(huffTable.get());
     std::vector<uint8_t> ones(12, 0xFF);
     for (size_t i = 1; i < ones.size(); i += 2) ones[i] = 0x00;  // six stuffed bytes of 1-bits
     ones.push_back(0x7F);
@@ -309,16 +309,16 @@ TEST(HuffDecBits, SixteenBitCodesAtOrAbove0x8000Decode)
     t.bits[0] = 1;
     t.bits[15] = 3;  // 0x8000, 0x8001, 0x8002
     t.vals = {1, 2, 3, 4};
-    SpecBuffer spec;
-    buildSpec(t, spec.get());
-    EXPECT_EQ(maxCodeOf(spec.get(), 16), 0x8002);
+    SpecBuffer huffTable;
+    buildSpec(t, huffTable.get());
+    EXPECT_EQ(maxCodeOf(huffTable.get(), 16), 0x8002);
     for (uint32_t code = 0x8000; code <= 0x8002; ++code) {
         const std::vector<uint8_t> bytes = {static_cast<uint8_t>(code >> 8), static_cast<uint8_t>(code), 0x00};
         ReaderRig<Narrow> n(bytes);
         ReaderRig<Wide> w(bytes);
         uint32_t a = 0, b = 0;
-        EXPECT_EQ(n.rd.decodeSymbol(lum::hdec::SpecView(spec.get()), a), lumStsNoErr);
-        EXPECT_EQ(w.rd.decodeSymbol(lum::hdec::SpecView(spec.get()), b), lumStsNoErr);
+        EXPECT_EQ(n.rd.decodeSymbol(lum::hdec::SpecView(huffTable.get()), a), lumStsNoErr);
+        EXPECT_EQ(w.rd.decodeSymbol(lum::hdec::SpecView(huffTable.get()), b), lumStsNoErr);
         EXPECT_EQ(a, code - 0x8000 + 2);
         EXPECT_EQ(b, code - 0x8000 + 2);
     }
@@ -327,11 +327,11 @@ TEST(HuffDecBits, SixteenBitCodesAtOrAbove0x8000Decode)
     for (int l = 1; l <= 15; ++l) full.bits[l - 1] = 1;  // 0, 10, 110, ...
     full.bits[15] = 2;                                       // 0xFFFE and 0xFFFF
     for (int i = 0; i < 17; ++i) full.vals.push_back(static_cast<uint8_t>(i + 1));
-    buildSpec(full, spec.get());
-    EXPECT_EQ(maxCodeOf(spec.get(), 16), 0xFFFF);
+    buildSpec(full, huffTable.get());
+    EXPECT_EQ(maxCodeOf(huffTable.get(), 16), 0xFFFF);
     ReaderRig<Wide> w({0xFF, 0x00, 0xFE, 0x00, 0x00});
     uint32_t symbol = 99;
-    EXPECT_EQ(w.rd.decodeSymbol(lum::hdec::SpecView(spec.get()), symbol), lumStsNoErr);
+    EXPECT_EQ(w.rd.decodeSymbol(lum::hdec::SpecView(huffTable.get()), symbol), lumStsNoErr);
     EXPECT_EQ(symbol, 0u) << "length 16 reads as empty";
 }
 

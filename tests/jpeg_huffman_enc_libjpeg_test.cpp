@@ -100,20 +100,20 @@ Kind kindOf(const JpegFile& f, const JpegScan& s)
     return s.ah == 0 ? Kind::acFirst : Kind::acRefine;
 }
 
-Spec makeSpec(const std::optional<JpegHuffmanTable>& t)
+SpecRecord makeSpec(const std::optional<JpegHuffmanTable>& t)
 {
-    Spec spec(3);
+    SpecRecord huffTable(3);
     if (t) {
-        EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(t->bits.data(), t->vals.data(), spec.get()), lumStsNoErr);
+        EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(t->bits.data(), t->vals.data(), huffTable.get()), lumStsNoErr);
     }
-    return spec;
+    return huffTable;
 }
 
 // Encodes a scan with the library, restart markers written by the caller.
 std::vector<uint8_t> encodeScan(const Loaded& f, const JpegScan& scan)
 {
     const Kind kind = kindOf(f.file, scan);
-    std::vector<Spec> dc, ac;
+    std::vector<SpecRecord> dc, ac;
     for (const auto& c : scan.components) {
         dc.push_back(makeSpec(scan.dc[static_cast<size_t>(c.td)]));
         ac.push_back(makeSpec(scan.ac[static_cast<size_t>(c.ta)]));

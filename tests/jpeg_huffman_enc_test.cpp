@@ -37,35 +37,35 @@ TEST_P(EncodeRecords, StandardDcTableEntries)
 {
     const auto t = stdDcLuminance();
     for (size_t offset : {0, 1, 3, 7}) {
-        Spec spec(offset);
-        std::memset(spec.bytes(), 0x5A, kSpecBytes);
-        initSpec(spec, t);
+        SpecRecord huffTable(offset);
+        std::memset(huffTable.bytes(), 0x5A, kSpecBytes);
+        initSpec(huffTable, t);
         const uint32_t expected[12] = {0x00020000, 0x00030002, 0x00030003, 0x00030004, 0x00030005, 0x00030006,
                                        0x0004000E, 0x0005001E, 0x0006003E, 0x0007007E, 0x000800FE, 0x000901FE};
-        for (int s = 0; s < 256; ++s) EXPECT_EQ(spec.entry(s), s < 12 ? expected[s] : 0u) << s;
+        for (int s = 0; s < 256; ++s) EXPECT_EQ(huffTable.entry(s), s < 12 ? expected[s] : 0u) << s;
     }
 }
 
 TEST_P(EncodeRecords, NullArgumentsLeaveTheSpecAlone)
 {
     const auto t = stdDcLuminance();
-    Spec spec;
-    std::memset(spec.bytes(), 0x5A, kSpecBytes);
-    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(nullptr, t.vals.data(), spec.get()), lumStsNullPointer);
-    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(t.bits.data(), nullptr, spec.get()), lumStsNullPointer);
+    SpecRecord huffTable;
+    std::memset(huffTable.bytes(), 0x5A, kSpecBytes);
+    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(nullptr, t.vals.data(), huffTable.get()), lumStsNullPointer);
+    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(t.bits.data(), nullptr, huffTable.get()), lumStsNullPointer);
     EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(t.bits.data(), t.vals.data(), nullptr), lumStsNullPointer);
-    for (int i = 0; i < kSpecBytes; ++i) ASSERT_EQ(spec.bytes()[i], 0x5A);
+    for (int i = 0; i < kSpecBytes; ++i) ASSERT_EQ(huffTable.bytes()[i], 0x5A);
 }
 
-// Refused tables leave an all-zero spec.
+// Refused tables leave an all-zero huffTable.
 void expectRefused(const std::array<uint8_t, 16>& bits)
 {
     std::vector<uint8_t> vals(300);
     std::iota(vals.begin(), vals.end(), 0);
-    Spec spec(5);
-    std::memset(spec.bytes(), 0x5A, kSpecBytes);
-    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(bits.data(), vals.data(), spec.get()), lumStsJpegTableDestroyed);
-    for (int i = 0; i < kSpecBytes; ++i) ASSERT_EQ(spec.bytes()[i], 0) << i;
+    SpecRecord huffTable(5);
+    std::memset(huffTable.bytes(), 0x5A, kSpecBytes);
+    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(bits.data(), vals.data(), huffTable.get()), lumStsJpegTableDestroyed);
+    for (int i = 0; i < kSpecBytes; ++i) ASSERT_EQ(huffTable.bytes()[i], 0) << i;
 }
 
 TEST_P(EncodeRecords, TwoHundredFiftySixCodesPassAndOneMoreIsRefused)
@@ -78,12 +78,12 @@ TEST_P(EncodeRecords, TwoHundredFiftySixCodesPassAndOneMoreIsRefused)
     std::iota(vals.begin(), vals.end(), 0);
     GuardedBuffer guardedVals(256);
     std::memcpy(guardedVals.data(), vals.data(), 256);
-    Spec spec;
-    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(bits.data(), guardedVals.data(), spec.get()), lumStsNoErr);
-    EXPECT_EQ(spec.entry(0), 0x00080000u);
-    EXPECT_EQ(spec.entry(254), 0x000800FEu);
-    EXPECT_EQ(spec.entry(255), 0x000901FEu);
-    // A 257th code is refused, and the spec is left all zero.
+    SpecRecord huffTable;
+    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(bits.data(), guardedVals.data(), huffTable.get()), lumStsNoErr);
+    EXPECT_EQ(huffTable.entry(0), 0x00080000u);
+    EXPECT_EQ(huffTable.entry(254), 0x000800FEu);
+    EXPECT_EQ(huffTable.entry(255), 0x000901FEu);
+    // A 257th code is refused, and the code table is left all zero.
     bits[8] = 2;
     expectRefused(bits);
 }
@@ -100,17 +100,17 @@ TEST_P(EncodeRecords, EmptyTableAndDuplicates)
 {
     const std::array<uint8_t, 16> none{};
     const uint8_t vals[4] = {9, 9, 9, 9};
-    Spec spec;
-    std::memset(spec.bytes(), 0x5A, kSpecBytes);
-    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(none.data(), vals, spec.get()), lumStsNoErr);
-    for (int i = 0; i < kSpecBytes; ++i) ASSERT_EQ(spec.bytes()[i], 0);
+    SpecRecord huffTable;
+    std::memset(huffTable.bytes(), 0x5A, kSpecBytes);
+    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(none.data(), vals, huffTable.get()), lumStsNoErr);
+    for (int i = 0; i < kSpecBytes; ++i) ASSERT_EQ(huffTable.bytes()[i], 0);
 
     // The same symbol twice: the later code wins.
     const std::array<uint8_t, 16> three{0, 3};
     const uint8_t dup[3] = {4, 5, 4};
-    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(three.data(), dup, spec.get()), lumStsNoErr);
-    EXPECT_EQ(spec.entry(4), 0x00020002u);
-    EXPECT_EQ(spec.entry(5), 0x00020001u);
+    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(three.data(), dup, huffTable.get()), lumStsNoErr);
+    EXPECT_EQ(huffTable.entry(4), 0x00020002u);
+    EXPECT_EQ(huffTable.entry(5), 0x00020001u);
 }
 
 TEST_P(EncodeRecords, StateInitClearsAllButTheReservedBytes)
@@ -400,7 +400,7 @@ std::vector<uint8_t> modelSequential(const std::vector<model::Block>& blocks, co
     return bytesOf(bits);
 }
 
-EncodeStep sequentialStep(Spec& dc, Spec& ac, Lum16s& lastDc)
+EncodeStep sequentialStep(SpecRecord& dc, SpecRecord& ac, Lum16s& lastDc)
 {
     return [&](const Lum16s* block, Lum8u* dst, Lum32s len, Lum32s* pos, LumEncodeHuffmanState* state, Lum32s flush) {
         return lumiEncodeHuffman8x8_JPEG_16s1u_C1(block, dst, len, pos, &lastDc, dc.get(), ac.get(), state, flush);
@@ -413,7 +413,7 @@ TEST_P(EncodeSequential, RandomBlocksMatchTheModelAtAnyRecordAddress)
     // Sizes up to 16 need the full tables; differences of up to 4094 need category 12.
     const auto expected = modelSequential(blocks, fullDcTable(), fullAcTable());
     for (size_t offset : {0, 1, 6, 15}) {
-        Spec dc(offset), ac(offset + 3);
+        SpecRecord dc(offset), ac(offset + 3);
         initSpec(dc, fullDcTable());
         initSpec(ac, fullAcTable());
         State state(offset + 1, 0x77);
@@ -434,7 +434,7 @@ TEST_P(EncodeSequential, ExtremeValuesMatchTheModel)
     std::mt19937 rng(3);
     for (size_t i = 0; i < blocks.size(); i += 7)
         for (int k = 0; k < 64; ++k) blocks[i][k] = static_cast<Lum16s>(rng() % 2 ? -1 : 32767);
-    Spec dc, ac;
+    SpecRecord dc, ac;
     initSpec(dc, fullDcTable());
     // The frequent low symbols get the codes nearest to all ones, so that 0xFF bytes are common.
     TableSpec ones;
@@ -453,7 +453,7 @@ TEST_P(EncodeSequential, ExtremeValuesMatchTheModel)
 TEST_P(EncodeSequential, ChunkedOutputGivesTheSameBytes)
 {
     const auto blocks = randomBlocks(600, 21, 1023, 255);
-    Spec dc, ac;
+    SpecRecord dc, ac;
     initSpec(dc, fullDcTable());
     initSpec(ac, fullAcTable());
     const auto expected = modelSequential(blocks, fullDcTable(), fullAcTable());

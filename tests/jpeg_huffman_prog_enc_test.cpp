@@ -54,8 +54,8 @@ TEST_P(EncodeProgressive, CheckOrderOfTheDcPrimitives)
     LumEncodeHuffmanState* st = f.state.get();
     const auto state = f.state.snapshot();
     auto dcFirst = [&](const Lum16s* s, Lum8u* dst, Lum32s len, Lum32s* pos, Lum16s* last, Lum32s al,
-                       const LumEncodeHuffmanSpec* spec, LumEncodeHuffmanState* state, Lum32s flush) {
-        return lumiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(s, dst, len, pos, last, al, spec, state, flush);
+                       const LumEncodeHuffmanSpec* huffTable, LumEncodeHuffmanState* state, Lum32s flush) {
+        return lumiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(s, dst, len, pos, last, al, huffTable, state, flush);
     };
     EXPECT_EQ(dcFirst(nullptr, nullptr, 0, nullptr, nullptr, 99, nullptr, nullptr, 0), lumStsNullPointer);
     EXPECT_EQ(dcFirst(nullptr, d, 0, nullptr, nullptr, 99, nullptr, nullptr, 0), lumStsBadSize);
@@ -418,8 +418,8 @@ struct ScanSetup {
 };
 
 // Encodes a progressive scan of one kind with flushes at the restart points, as a caller does.
-std::vector<uint8_t> encodeScan(int kind, const ScanSetup& s, const std::vector<model::Block>& blocks, Spec& dc,
-                                Spec& ac, State& state)
+std::vector<uint8_t> encodeScan(int kind, const ScanSetup& s, const std::vector<model::Block>& blocks, SpecRecord& dc,
+                                SpecRecord& ac, State& state)
 {
     std::vector<uint8_t> out(blocks.size() * 300 + 1024);
     Lum32s pos = 0;
@@ -482,7 +482,7 @@ TEST_P(EncodeProgressive, RandomScansMatchTheModel)
     const ScanSetup setups[] = {{1, 63, 0, 0}, {1, 5, 2, 0}, {6, 63, 1, 37}, {3, 3, 0, 0}, {1, 63, 13, 0},
                                 {10, 40, 3, 5}, {1, 63, 1, 1}};
     for (size_t offset : {0, 7}) {
-        Spec dc(offset), ac(offset + 1);
+        SpecRecord dc(offset), ac(offset + 1);
         initSpec(dc, fullDcTable());
         initSpec(ac, fullAcTable());
         State state(offset + 2, 0x3C);
@@ -502,7 +502,7 @@ TEST_P(EncodeProgressive, SparseRefinementScansMatchTheModel)
     for (auto& b : blocks)
         for (int i = 1; i < 64; ++i)
             if (rng() % 8 != 0) b[i] = static_cast<Lum16s>(b[i] * 2 + (b[i] > 0 ? 1 : -1) * (b[i] != 0));
-    Spec dc, ac;
+    SpecRecord dc, ac;
     initSpec(dc, fullDcTable());
     initSpec(ac, fullAcTable());
     State state;
@@ -514,7 +514,7 @@ TEST_P(EncodeProgressive, SparseRefinementScansMatchTheModel)
 TEST_P(EncodeProgressive, ChunkedOutputGivesTheSameBytes)
 {
     const auto blocks = randomBlocks(500, 51, 1023, 1023);
-    Spec ac;
+    SpecRecord ac;
     initSpec(ac, fullAcTable());
     const ScanSetup s{1, 63, 0, 0};
     for (int kind : {2, 3}) {
@@ -546,7 +546,7 @@ TEST_P(EncodeProgressive, WideStateIsConsistentAfterAFullBuffer)
     model::AcScan<model::BitList> scan(bits, table, 1, 63, 0);
     for (const auto& b : blocks) scan.first(b);
     const auto& expected = bits.bits();
-    Spec ac;
+    SpecRecord ac;
     initSpec(ac, fullAcTable());
     for (Lum32s len : {50, 97, 301}) {
         State state(1);

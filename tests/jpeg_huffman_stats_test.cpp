@@ -125,8 +125,8 @@ TEST_P(RawTable, LongCodesAreCutToSixteenBits)
     // HUFFVAL follows the sizes from before the cut: the most frequent first, the rarest last.
     for (int i = 0; i < 24; ++i) ASSERT_EQ(r.vals[i], 3 * (23 - i));
     EXPECT_EQ(r.vals[24], kCanary);
-    Spec spec;
-    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(r.bits.data(), r.vals.data(), spec.get()), lumStsNoErr);
+    SpecRecord huffTable;
+    EXPECT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(r.bits.data(), r.vals.data(), huffTable.get()), lumStsNoErr);
 }
 
 TEST_P(RawTable, CodeSizesAbove32AreRefused)
@@ -169,8 +169,8 @@ TEST_P(RawTable, RandomCountsGiveValidTables)
         std::sort(sorted.begin(), sorted.end());
         ASSERT_TRUE(std::adjacent_find(sorted.begin(), sorted.end()) == sorted.end());
         for (uint8_t v : vals) ASSERT_NE(c[v], 0);
-        Spec spec;
-        ASSERT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(r.bits.data(), r.vals.data(), spec.get()), lumStsNoErr);
+        SpecRecord huffTable;
+        ASSERT_EQ(lumiEncodeHuffmanSpecInit_JPEG_8u(r.bits.data(), r.vals.data(), huffTable.get()), lumStsNoErr);
     }
 }
 
@@ -364,15 +364,15 @@ TEST_P(HuffmanStats, TwoPassesGiveAFittedTableThatEncodesTheScan)
     TableSpec table;
     table.vals.resize(256);
     ASSERT_EQ(lumiEncodeHuffmanRawTableInit_JPEG_8u(freq.data(), table.bits.data(), table.vals.data()), lumStsNoErr);
-    Spec spec;
-    initSpec(spec, table);
+    SpecRecord huffTable;
+    initSpec(huffTable, table);
     std::vector<uint8_t> out(200000);
     Lum32s pos = 0;
     for (const auto& b : blocks)
-        ASSERT_EQ(lumiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(b.data(), out.data(), 200000, &pos, 1, 63, 0, spec.get(),
+        ASSERT_EQ(lumiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(b.data(), out.data(), 200000, &pos, 1, 63, 0, huffTable.get(),
                                                             state.get(), 0),
                   lumStsNoErr);
-    ASSERT_EQ(lumiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(nullptr, out.data(), 200000, &pos, 0, 0, 0, spec.get(),
+    ASSERT_EQ(lumiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(nullptr, out.data(), 200000, &pos, 0, 0, 0, huffTable.get(),
                                                         state.get(), 1),
               lumStsNoErr);
     out.resize(static_cast<size_t>(pos));

@@ -28,7 +28,7 @@ public:
     uint8_t byte() { return p_ < end_ ? *p_++ : 0; }
     std::vector<uint8_t> rest() { return {p_, end_}; }
     // A table as a DHT segment carries it; the builder sees the counts as they are.
-    bool table(LumDecodeHuffmanSpec* spec)
+    bool table(LumDecodeHuffmanSpec* huffTable)
     {
         std::array<uint8_t, 16> bits;
         size_t total = 0;
@@ -36,7 +36,7 @@ public:
         std::vector<uint8_t> vals(total);
         for (auto& v : vals) v = byte();
         vals.push_back(0);  // pVals must not be empty for a table without codes
-        const LumStatus st = lumiDecodeHuffmanSpecInit_JPEG_8u(bits.data(), vals.data(), spec);
+        const LumStatus st = lumiDecodeHuffmanSpecInit_JPEG_8u(bits.data(), vals.data(), huffTable);
         if (st != lumStsNoErr && st != lumStsJpegTableDestroyed) abort();
         return st == lumStsNoErr;
     }
@@ -46,7 +46,7 @@ private:
     const uint8_t* end_;
 };
 
-struct Spec {
+struct SpecRecord {
     std::unique_ptr<uint8_t[]> bytes{new uint8_t[1644]};
     LumDecodeHuffmanSpec* get() { return reinterpret_cast<LumDecodeHuffmanSpec*>(bytes.get()); }
 };

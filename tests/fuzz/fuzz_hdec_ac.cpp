@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const Lum32s al = in.byte() % 14;
     const Lum32s ss = 1 + in.byte() % 63;
     const Lum32s se = ss + in.byte() % (64 - ss);
-    lumfuzz::Spec ac;
+    lumfuzz::SpecRecord ac;
     if (!in.table(ac.get())) return 0;
     // px is the reference of its own: it differs from the kernels on corrupt streams.
     lumfuzz::runAllTiers(

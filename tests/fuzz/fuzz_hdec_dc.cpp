@@ -7,7 +7,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     lumfuzz::Input in(data, size);
     const Lum32s al = in.byte() % 14;
     const bool refine = in.byte() & 1;
-    lumfuzz::Spec dc;
+    lumfuzz::SpecRecord dc;
     if (!in.table(dc.get())) return 0;
     lumfuzz::runAllTiers(
         in.rest(),

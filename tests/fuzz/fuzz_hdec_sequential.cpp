@@ -8,7 +8,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     lumfuzz::Input in(data, size);
-    lumfuzz::Spec dc, ac;
+    lumfuzz::SpecRecord dc, ac;
     if (!in.table(dc.get()) || !in.table(ac.get())) return 0;
     const std::vector<uint8_t> bytes = in.rest();
     const bool noMarkers = std::find(bytes.begin(), bytes.end(), 0xFF) == bytes.end();

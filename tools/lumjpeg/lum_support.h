@@ -81,8 +81,8 @@ private:
 
 // A Huffman code table of the encoder or the decoder, built from the BITS and HUFFVAL lists of a DHT
 // segment.
-template <typename Spec, LumStatus (*getBufSize)(Lum32s*),
-          LumStatus (*init)(const Lum8u*, const Lum8u*, Spec*)>
+template <typename SpecRecord, LumStatus (*getBufSize)(Lum32s*),
+          LumStatus (*init)(const Lum8u*, const Lum8u*, SpecRecord*)>
 class HuffmanSpec {
 public:
     explicit HuffmanSpec(const HuffmanTable& t) : record_(getBufSize)
@@ -91,10 +91,10 @@ public:
         check(init(t.bits.data(), t.vals.empty() ? &kNoSymbols : t.vals.data(), record_.get()),
               "building Huffman tables");
     }
-    const Spec* get() const { return record_.get(); }
+    const SpecRecord* get() const { return record_.get(); }
 
 private:
-    LumRecord<Spec> record_;
+    LumRecord<SpecRecord> record_;
 };
 
 }  // namespace lumjpeg
