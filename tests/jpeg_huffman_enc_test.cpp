@@ -57,7 +57,7 @@ TEST_P(EncodeRecords, NullArgumentsLeaveTheSpecAlone)
     for (int i = 0; i < kSpecBytes; ++i) ASSERT_EQ(huffTable.bytes()[i], 0x5A);
 }
 
-// Refused tables leave an all-zero huffTable.
+// Refused tables leave an all-zero code table.
 void expectRefused(const std::array<uint8_t, 16>& bits)
 {
     std::vector<uint8_t> vals(300);
